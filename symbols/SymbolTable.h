@@ -1,0 +1,94 @@
+// SymbolTable.h: the editor's symbols, kept in a chain of scopes.
+//
+// A CSymbol holds one value per SYMBOL_KIND and a mask of the kinds set. A
+// CSymbolTable is one scope: an ordered map from names to symbols (names compare as
+// utlAutoBSTR does) with a link to its enclosing scope and the scope's language.
+// Lookups and listings walk outward to the root; changes touch one scope only.
+// CSymbolTableStack owns the scopes, root first; every symbol operation acts on the
+// top scope. Failures inside travel as thrown int HRESULTs and are returned at the
+// operation's boundary; any other exception becomes E_FAIL.
+#ifndef VANTLE_SYMBOLS_SYMBOLTABLE_H_
+#define VANTLE_SYMBOLS_SYMBOLTABLE_H_
+
+#include <deque>
+#include <map>
+#include <string>
+
+#include "assist/VantleAssistInterfaces.h"
+#include "sys/sysComLib.h"
+
+class CSymbol {
+public:
+    static const int kSlots = 14;
+
+    CSymbol();
+    ~CSymbol();
+    CSymbol(const CSymbol&) = delete;
+    CSymbol& operator=(const CSymbol&) = delete;
+
+    bool IsEmpty() const { return m_kinds == 0; }
+    // True when a kind from 1 to 11 selected by bit kind-1 of filter is set.
+    bool Filter(unsigned int filter) const;
+    HRESULT SetSymbol(SYMBOL_KIND kind, const unsigned short* value);
+    // True when the symbol still has a kind afterwards.
+    bool RemoveSymbol(SYMBOL_KIND kind);
+    HRESULT LookupSymbol(SYMBOL_KIND kind, BSTR* out) const;
+    std::string Repr() const;
+
+private:
+    BSTR m_values[kSlots];
+    unsigned long m_kinds;
+};
+
+class CSymbolTable {
+public:
+    CSymbolTable(ParserLanguage language, CSymbolTable* parent);
+    ~CSymbolTable();
+    CSymbolTable(const CSymbolTable&) = delete;
+    CSymbolTable& operator=(const CSymbolTable&) = delete;
+
+    HRESULT SetSymbol(const unsigned short* name, SYMBOL_KIND kind, const unsigned short* value);
+    // Walks outward; an inner scope holding the name under other kinds does not hide
+    // an outer scope's value for this kind. *language is written only on S_OK.
+    HRESULT LookupSymbol(const unsigned short* name, SYMBOL_KIND kind, ParserLanguage* language,
+                         BSTR* value);
+    HRESULT RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind);
+    // Appends "name," for each matching symbol, innermost scope first.
+    HRESULT AppendSymbols(unsigned int filter, utlAutoBSTR& out);
+    void Dump(const std::string& label) const;
+    void Dump1() const;
+
+    CSymbolTable* Parent() const { return m_parent; }
+    ParserLanguage Language() const { return m_language; }
+    unsigned long Size() const { return m_symbols.size(); }
+
+private:
+    std::map<utlAutoBSTR, CSymbol*> m_symbols;
+    CSymbolTable* m_parent;
+    ParserLanguage m_language;
+};
+
+class CSymbolTableStack {
+public:
+    CSymbolTableStack();
+    ~CSymbolTableStack();
+    CSymbolTableStack(const CSymbolTableStack&) = delete;
+    CSymbolTableStack& operator=(const CSymbolTableStack&) = delete;
+
+    HRESULT Initialize();
+    HRESULT Reset();
+    HRESULT PushSymbolTable(ParserLanguage language);
+    HRESULT PopSymbolTable();
+    HRESULT SetSymbol(const unsigned short* name, SYMBOL_KIND kind, const unsigned short* value);
+    HRESULT RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind);
+    HRESULT LookupSymbol(const unsigned short* name, SYMBOL_KIND kind, ParserLanguage* language,
+                         BSTR* value);
+    HRESULT AppendSymbols(unsigned int filter, utlAutoBSTR& out);
+
+    unsigned long Depth() const { return m_tables.size(); }
+
+private:
+    std::deque<CSymbolTable*> m_tables;
+};
+
+#endif  // VANTLE_SYMBOLS_SYMBOLTABLE_H_

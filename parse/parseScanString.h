@@ -5,10 +5,15 @@
 // (both pointers NULL) behaves as an empty one. Trims and Substr return views into
 // the same characters. Recognisers, comparisons, searches and trims never allocate.
 //
-// Some operations are specified to look at the character at or past the view's end
-// (Find, TrimBlanks, TrimQuotes, IsClassName). Here those reads are bounded by the
-// view, which gives the same results for every view that lies in a NUL-terminated
-// buffer and never reads past the end of one that does not.
+// No operation reads outside [begin, end). Where a scan would naturally run on to
+// the buffer's terminator (Find matching into the following characters, the
+// leading skips of TrimBlanks and TrimQuotes, the look-ahead of IsClassName), the
+// view's end stands in for the terminator: a view that ends at a NUL gets the same
+// answer as an unbounded scan, and a view cut from the middle of a longer text is
+// judged on its own characters only.
+//
+// Pointer arguments are NUL-terminated; a NULL pointer reads as the empty string
+// (Find alone answers NPOS for a NULL needle).
 #ifndef VANTLE_PARSE_PARSESCANSTRING_H_
 #define VANTLE_PARSE_PARSESCANSTRING_H_
 
@@ -42,26 +47,44 @@ public:
     bool IsEmpty() const { return m_begin == m_end; }
     unsigned short operator[](unsigned long i) const { return m_begin[i]; }
 
+    // At least two units, quoted at both ends, every inner quote doubled.
     bool IsQuotedString() const;
-    bool ContainsUnicode() const;
+    bool ContainsUnicode() const;  // any unit above 0xFF
+    // NPOS unless the needle lies wholly inside the view and ends before its last
+    // unit. After a partial match of k units at i the scan resumes at i + k + 1
+    // rather than backing up, so "ab" is not found in "aab"; callers rely on it.
     unsigned long Find(const unsigned short* needle, unsigned long start) const;
+    // count NPOS runs to the end; pos at or past a non-empty view's end gives the
+    // null view; an empty view comes back as it is.
     CScanString Substr(unsigned long pos, unsigned long count) const;
-    CScanString TrimQuote() const;
-    CScanString TrimQuotes() const;
+    CScanString TrimQuote() const;   // at most one quote at each end
+    CScanString TrimQuotes() const;  // every leading and trailing quote
+    // Strips outer '(' ... ')' pairs without matching them: "(a)(b)" gives "a)(b".
     CScanString TrimParens() const;
-    CScanString TrimBlanks() const;
+    CScanString TrimBlanks() const;  // space and tab only
     bool Contains(unsigned short c) const;
+    // Upper-cases this view only; the argument must already be upper case.
     bool UpperEqualsString(const CScanString& other) const;
     bool UpperEqualsString(const unsigned short* other) const;
+    // [sign] digits, or [sign] [digits] '.' digits-or-exponent. An exponent needs
+    // the point and a sign, and anything may follow its sign: "1.5E+x" passes.
     bool IsNumber() const;
+    // Points between segments; each segment is a letter or '%' followed by at least
+    // one letter or digit.
     bool IsClassName() const;
+    // Empty, or a letter or '%' followed by letters and digits.
     bool IsIdentifier() const;
+    // Decimal digits only, no sign; wraps silently past 64 bits. Empty gives 0.
     bool AsInteger(unsigned long& out) const;
-    bool AsBoolean(int& out) const;
-    BSTR AsBSTR() const;
-    unsigned short* AsCString() const;
+    bool AsBoolean(int& out) const;  // AsInteger, then non-zero
+    BSTR AsBSTR() const;             // caller frees; NULL when the runtime cannot allocate
+    unsigned short* AsCString() const;  // caller delete[]s
+    // Undoes AsQuotedString without checking the input: skips the first unit, takes
+    // the unit after each quote as its double, drops the last unit produced.
     utlWString AsNormalizedString() const;  // throws std::out_of_range below 2 units
     utlWString AsQuotedString() const;
+    // Accepts what IsNumber accepts. The text keeps sign and leading zeros as
+    // written and drops the exponent's marker and sign: "1.5E+10" gives "1.510".
     bool AsNumber(utlWString& out) const;
 
 private:
@@ -73,6 +96,6 @@ VANTLE_EXPORT bool operator==(const CScanString& a, const CScanString& b);
 VANTLE_EXPORT bool operator==(const CScanString& a, const unsigned short* b);
 VANTLE_EXPORT bool operator<(const CScanString& a, const CScanString& b);
 
-extern "C" VANTLE_EXPORT extern const unsigned short ParseString0052[];  // one double quote
+extern "C" VANTLE_EXPORT const unsigned short ParseString0052[];  // one double quote
 
 #endif  // VANTLE_PARSE_PARSESCANSTRING_H_

@@ -7,6 +7,10 @@
 // CSymbolTableStack owns the scopes, root first; every symbol operation acts on the
 // top scope. Failures inside travel as thrown int HRESULTs and are returned at the
 // operation's boundary; any other exception becomes E_FAIL.
+//
+// Bad input is refused, not trusted: a NULL name or value out gives E_POINTER and a
+// kind outside 0..13 gives E_INVALIDARG, with nothing changed. The root scope
+// cannot be closed: an end without a matching start is a harmless no-op.
 #ifndef VANTLE_SYMBOLS_SYMBOLTABLE_H_
 #define VANTLE_SYMBOLS_SYMBOLTABLE_H_
 
@@ -20,6 +24,8 @@
 class CSymbol {
 public:
     static const int kSlots = 14;
+    // Kinds index the value slots; only 0..13 exist.
+    static bool IsValidKind(SYMBOL_KIND kind) { return static_cast<unsigned int>(kind) < kSlots; }
 
     CSymbol();
     ~CSymbol();
@@ -29,10 +35,16 @@ public:
     bool IsEmpty() const { return m_kinds == 0; }
     // True when a kind from 1 to 11 selected by bit kind-1 of filter is set.
     bool Filter(unsigned int filter) const;
+    // Always S_OK, even when the runtime could not copy the value (the kind then
+    // keeps its earlier value, or none).
     HRESULT SetSymbol(SYMBOL_KIND kind, const unsigned short* value);
     // True when the symbol still has a kind afterwards.
     bool RemoveSymbol(SYMBOL_KIND kind);
+    // S_OK and a copy when the kind is set (a kind set to NULL copies as an empty
+    // BSTR); S_FALSE and NULL when it is not; E_OUTOFMEMORY when a value cannot be
+    // copied.
     HRESULT LookupSymbol(SYMBOL_KIND kind, BSTR* out) const;
+    // "LOCAL(x),PROPERTY(%Text)": kinds in ascending order, units cut to 8 bits.
     std::string Repr() const;
 
 private:
@@ -53,8 +65,10 @@ public:
     HRESULT LookupSymbol(const unsigned short* name, SYMBOL_KIND kind, ParserLanguage* language,
                          BSTR* value);
     HRESULT RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind);
-    // Appends "name," for each matching symbol, innermost scope first.
+    // Appends "name," for each matching symbol, innermost scope first, names in
+    // order within a scope. A piece the runtime cannot allocate is left out.
     HRESULT AppendSymbols(unsigned int filter, utlAutoBSTR& out);
+    // Debugger hooks: they describe the scopes but write nothing anywhere.
     void Dump(const std::string& label) const;
     void Dump1() const;
 
@@ -71,14 +85,15 @@ private:
 class CSymbolTableStack {
 public:
     CSymbolTableStack();
+    // Closes the top scope, then frees whatever scopes an unbalanced editor left.
     ~CSymbolTableStack();
     CSymbolTableStack(const CSymbolTableStack&) = delete;
     CSymbolTableStack& operator=(const CSymbolTableStack&) = delete;
 
     HRESULT Initialize();
-    HRESULT Reset();
-    HRESULT PushSymbolTable(ParserLanguage language);
-    HRESULT PopSymbolTable();
+    HRESULT Reset();  // back to one empty root scope
+    HRESULT PushSymbolTable(ParserLanguage language);  // E_OUTOFMEMORY: stack unchanged
+    HRESULT PopSymbolTable();                          // S_OK; never removes the root
     HRESULT SetSymbol(const unsigned short* name, SYMBOL_KIND kind, const unsigned short* value);
     HRESULT RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind);
     HRESULT LookupSymbol(const unsigned short* name, SYMBOL_KIND kind, ParserLanguage* language,
@@ -88,6 +103,10 @@ public:
     unsigned long Depth() const { return m_tables.size(); }
 
 private:
+    // The top scope; a root is made again if an earlier push of it failed.
+    CSymbolTable& Top();
+    void DestroyTop();
+
     std::deque<CSymbolTable*> m_tables;
 };
 

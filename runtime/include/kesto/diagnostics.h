@@ -22,6 +22,13 @@ KESTO_EXPORT unsigned long KESTO_FaultInjectedFailures();
 // Number of BSTRs allocated and not yet freed, process-wide.
 KESTO_EXPORT long KESTO_LiveStringCount();
 
+// Makes COM_CreateInstance create `clsid` with `factory` instead of its built-in
+// class or its registered server, so that a test can put a recording double in
+// the place of the registry or the category manager, or make its creation fail.
+// A NULL factory removes the override. The factory's result is passed on as it is.
+typedef HRESULT (*KESTO_ClassFactoryFunction)(const COM_GUID& iid, void** out);
+KESTO_EXPORT void KESTO_OverrideClass(const COM_GUID& clsid, KESTO_ClassFactoryFunction factory);
+
 }  // extern "C"
 
 #endif  // KESTO_DIAGNOSTICS_H_

@@ -1,0 +1,140 @@
+// The category manager (COM_CLSID_CategoryManager): component categories kept in
+// root 1 of the registry, each call one transaction.
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "builtin_classes.h"
+#include "kesto/registry.h"
+#include "registry_path.h"
+#include "registry_store.h"
+#include "registry_text.h"
+
+namespace kesto {
+namespace {
+
+using KeyId = RegistryStore::KeyId;
+
+constexpr const char* kCategoriesKey = "Component Categories";
+constexpr const char* kImplementedKey = "Implemented Categories";
+
+std::string GuidText(const COM_GUID& id) {
+    char text[39];
+    std::snprintf(text, sizeof text, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id.Data1, id.Data2,
+                  id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3], id.Data4[4], id.Data4[5],
+                  id.Data4[6], id.Data4[7]);
+    return text;
+}
+
+class CategoryManager final : public COM_ICatRegister {
+public:
+    explicit CategoryManager(std::unique_ptr<RegistryStore> store) : m_store(std::move(store)) {}
+
+    HRESULT QueryInterface(const COM_GUID& iid, void** out) override {
+        if (out == nullptr) return E_POINTER;
+        if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_ICatRegister)) {
+            *out = static_cast<COM_ICatRegister*>(this);
+            AddRef();
+            return S_OK;
+        }
+        *out = nullptr;
+        return E_NOINTERFACE;
+    }
+    unsigned long AddRef() override { return ++m_references; }
+    unsigned long Release() override {
+        unsigned long left = --m_references;
+        if (left == 0) delete this;
+        return left;
+    }
+
+    HRESULT RegisterCategory(const COM_GUID& category, CBSTR description) override {
+        return InTransaction([&]() -> HRESULT {
+            KeyId key;
+            HRESULT hr = CreatePath({kCategoriesKey, GuidText(category)}, &key);
+            if (FAILED(hr)) return hr;
+            return m_store->SetString(key, std::string(), StoredTextFromUnits(description));
+        });
+    }
+
+    HRESULT RegisterClassInCategory(const COM_GUID* category, const COM_GUID& clsid) override {
+        if (category == nullptr) return E_POINTER;
+        return InTransaction([&]() -> HRESULT {
+            KeyId key;
+            return CreatePath({"CLSID", GuidText(clsid), kImplementedKey, GuidText(*category)}, &key);
+        });
+    }
+
+    HRESULT UnregisterCategory(const COM_GUID& category) override {
+        return InTransaction([&]() -> HRESULT { return DeleteWithEmptyParent({kCategoriesKey}, GuidText(category)); });
+    }
+
+    HRESULT UnregisterClassFromCategory(const COM_GUID* category, const COM_GUID& clsid) override {
+        if (category == nullptr) return E_POINTER;
+        return InTransaction([&]() -> HRESULT {
+            return DeleteWithEmptyParent({"CLSID", GuidText(clsid), kImplementedKey}, GuidText(*category));
+        });
+    }
+
+private:
+    template <typename Work>
+    HRESULT InTransaction(Work work) {
+        HRESULT hr = m_store->Begin();
+        if (FAILED(hr)) return hr;
+        hr = work();
+        if (FAILED(hr)) {
+            m_store->Rollback();
+            return hr;
+        }
+        HRESULT committed = m_store->Commit();
+        return FAILED(committed) ? committed : hr;
+    }
+
+    HRESULT CreatePath(const std::vector<std::string>& names, KeyId* key) {
+        *key = RegistryStore::RootKey(1);
+        for (const std::string& name : names) {
+            HRESULT hr = m_store->CreateChild(*key, name, key);
+            if (FAILED(hr)) return hr;
+        }
+        return S_OK;
+    }
+
+    // Deletes `leaf` below the key at `parentPath`, then the parent once it is
+    // left empty. S_FALSE when any of it is missing.
+    HRESULT DeleteWithEmptyParent(const std::vector<std::string>& parentPath, const std::string& leaf) {
+        KeyId parent = RegistryStore::RootKey(1);
+        for (const std::string& name : parentPath) {
+            HRESULT hr = m_store->FindChild(parent, name, &parent);
+            if (hr != S_OK) return hr;
+        }
+        KeyId key;
+        HRESULT hr = m_store->FindChild(parent, leaf, &key);
+        if (hr != S_OK) return hr;
+        hr = m_store->DeleteTree(key);
+        if (FAILED(hr)) return hr;
+        hr = m_store->IsEmpty(parent);
+        if (FAILED(hr)) return hr;
+        return hr == S_OK ? m_store->DeleteTree(parent) : S_OK;
+    }
+
+    std::unique_ptr<RegistryStore> m_store;
+    unsigned long m_references = 0;
+};
+
+HRESULT CreateCategoryManager(const COM_GUID& iid, void** out) {
+    std::unique_ptr<RegistryStore> store;
+    HRESULT hr = RegistryStore::Open(RegistryFilePath(), RegistryStore::OpenMode::kCreate, &store);
+    if (FAILED(hr)) return hr;
+    auto* manager = new (std::nothrow) CategoryManager(std::move(store));
+    if (manager == nullptr) return E_OUTOFMEMORY;
+    manager->AddRef();
+    hr = manager->QueryInterface(iid, out);
+    manager->Release();
+    return hr;
+}
+
+const BuiltinClassRegistrar s_categoryManagerClass(COM_CLSID_CategoryManager, CreateCategoryManager);
+
+}  // namespace
+}  // namespace kesto

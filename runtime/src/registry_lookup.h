@@ -1,0 +1,19 @@
+// Reading a class's in-process server from the registry without changing it: a
+// missing registry file is not made, and nothing is locked against writers.
+#ifndef KESTO_RUNTIME_REGISTRY_LOOKUP_H_
+#define KESTO_RUNTIME_REGISTRY_LOOKUP_H_
+
+#include <string>
+
+#include "kesto/com.h"
+
+namespace kesto {
+
+// S_OK with the module named by the default value of CLSID\{clsid}\InprocServer32
+// in root 1; S_FALSE when the class is not registered (or there is no registry
+// yet); a registry HRESULT when the file cannot be read.
+HRESULT LookupInprocServer(const COM_GUID& clsid, std::string* module);
+
+}  // namespace kesto
+
+#endif  // KESTO_RUNTIME_REGISTRY_LOOKUP_H_

@@ -1,0 +1,325 @@
+// Sequences of registry and category operations on a scratch database.
+//
+// Each input starts from a fresh file (KESTO_REGISTRY points into a private
+// folder). Besides surviving any sequence, the registry keeps three promises that
+// are checked here against a snapshot of the whole tree read back through the
+// enumerators:
+//   - a value read right after it was written is what was written;
+//   - a chain ended by Close is committed whole, and a chain whose object is
+//     released before Close leaves the file as the last commit left it;
+//   - a file that is not a registry is refused and never written to.
+// Enumerators count what they deliver, in sorted order, ending with S_FALSE/NULL.
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "FuzzSupport.h"
+#include "kesto/registry.h"
+
+using vantle::fuzz::OwnedBSTR;
+using vantle::fuzz::Text16;
+
+namespace {
+
+std::string g_folder;
+std::string g_file;
+
+struct Value {
+    int kind = 0;
+    Text16 text;
+    int number = 0;
+    bool operator==(const Value&) const = default;
+};
+// Full key path ("1\A\B") -> value name -> value.
+using Snapshot = std::map<Text16, std::map<Text16, Value>>;
+
+void RemoveScratchFiles() {
+    for (const char* suffix : {"", "-journal", "-wal", "-shm"}) unlink((g_file + suffix).c_str());
+}
+
+// Names from a small set so that sequences meet the same keys again; sometimes a
+// fuzzed name, which may hold separators and empty path components.
+Text16 ConsumeName(FuzzedDataProvider& input) {
+    static const char* const kNames[] = {"", "A", "B", "a", "CLSID", "A\\B", "B\\A", "\\", "A\\\\B", "x y"};
+    unsigned char pick = input.ConsumeIntegral<unsigned char>();
+    if (pick < 200) return vantle::fuzz::Ascii16(kNames[pick % (sizeof(kNames) / sizeof(kNames[0]))]);
+    return vantle::fuzz::ConsumeText16(input, 12);
+}
+
+COM_GUID ConsumeGuid(FuzzedDataProvider& input) {
+    COM_GUID guid{};
+    guid.Data1 = input.ConsumeIntegralInRange<unsigned int>(0, 3);  // few categories, so they meet again
+    guid.Data4[7] = input.ConsumeIntegralInRange<unsigned char>(0, 3);
+    return guid;
+}
+
+COM_IRegistry* CreateRegistry() {
+    COM_IRegistry* registry = nullptr;
+    HRESULT hr = COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, reinterpret_cast<void**>(&registry));
+    if (FAILED(hr)) std::fprintf(stderr, "creating the registry at %s: 0x%08X\n", g_file.c_str(), static_cast<unsigned>(hr));
+    FUZZ_CHECK(SUCCEEDED(hr) && registry != nullptr, "the registry cannot be created");
+    return registry;
+}
+
+std::vector<Text16> Enumerate(COM_IRegistryEnum* names) {
+    unsigned int count = 12345;
+    FUZZ_CHECK(names->GetCount(&count) == S_OK, "GetCount failed");
+    std::vector<Text16> delivered;
+    for (;;) {
+        OwnedBSTR name;
+        HRESULT hr = names->Next(&name);
+        if (hr == S_FALSE) {
+            FUZZ_CHECK(name.Get() == nullptr, "the end of an enumeration came with a name");
+            break;
+        }
+        FUZZ_CHECK(hr == S_OK, "Next failed");
+        FUZZ_CHECK(delivered.size() < count, "an enumeration delivered more names than it counted");
+        delivered.push_back(name.Text());
+    }
+    FUZZ_CHECK(delivered.size() == count, "an enumeration delivered fewer names than it counted");
+    for (size_t i = 1; i < delivered.size(); ++i) {
+        FUZZ_CHECK(delivered[i - 1] < delivered[i], "an enumeration is not sorted and unique");
+    }
+    return delivered;
+}
+
+// Reads the key at `path` below `root` and everything beneath it into `out`.
+// Moves the current key; the caller decides what comes after.
+void ReadTree(COM_IRegistry* registry, int root, const Text16& path, Snapshot& out) {
+    FUZZ_CHECK(registry->OpenRoot(root, path.c_str()) == S_OK, "a key seen in an enumeration cannot be opened");
+    Text16 full = vantle::fuzz::Ascii16(root == 1 ? "1" : "2");
+    if (!path.empty()) full += Text16(1, '\\') + path;
+    std::map<Text16, Value>& values = out[full];
+
+    COM_IRegistryEnum* names = nullptr;
+    FUZZ_CHECK(registry->EnumValues(&names) == S_OK && names != nullptr, "EnumValues failed");
+    std::vector<Text16> valueNames = Enumerate(names);
+    names->Release();
+    for (const Text16& name : valueNames) {
+        Value value;
+        FUZZ_CHECK(registry->GetValueKind(name.c_str(), &value.kind) == S_OK, "an enumerated value has no kind");
+        if (value.kind == KESTO_REGISTRY_STRING) {
+            OwnedBSTR text;
+            FUZZ_CHECK(registry->GetStringValue(name.c_str(), &text) == S_OK, "a string value cannot be read");
+            value.text = text.Text();
+        } else {
+            FUZZ_CHECK(value.kind == KESTO_REGISTRY_INTEGER, "a value of an unknown kind");
+            FUZZ_CHECK(registry->GetIntValue(name.c_str(), &value.number) == S_OK, "an integer value cannot be read");
+        }
+        values[name] = value;
+    }
+
+    COM_IRegistryEnum* subkeys = nullptr;
+    FUZZ_CHECK(registry->EnumSubkeys(&subkeys) == S_OK && subkeys != nullptr, "EnumSubkeys failed");
+    std::vector<Text16> children = Enumerate(subkeys);
+    subkeys->Release();
+    for (const Text16& child : children) {
+        FUZZ_CHECK(!child.empty(), "a key with an empty name");
+        ReadTree(registry, root, path.empty() ? child : path + Text16(1, '\\') + child, out);
+    }
+}
+
+Snapshot ReadEverything(COM_IRegistry* registry) {
+    Snapshot snapshot;
+    ReadTree(registry, 1, Text16(), snapshot);
+    ReadTree(registry, 2, Text16(), snapshot);
+    return snapshot;
+}
+
+// What a fresh object reads in a chain of its own.
+Snapshot ReadCommitted() {
+    COM_IRegistry* reader = CreateRegistry();
+    Snapshot snapshot = ReadEverything(reader);
+    FUZZ_CHECK(reader->Close() == S_OK, "closing a reading chain failed");
+    reader->Release();
+    return snapshot;
+}
+
+void CheckStoredValue(COM_IRegistry* registry, const Text16& name, const Value& expected) {
+    int kind = -1;
+    FUZZ_CHECK(registry->GetValueKind(name.c_str(), &kind) == S_OK && kind == expected.kind,
+               "a value just written has another kind");
+    if (expected.kind == KESTO_REGISTRY_STRING) {
+        OwnedBSTR text;
+        FUZZ_CHECK(registry->GetStringValue(name.c_str(), &text) == S_OK, "a string just written cannot be read");
+        FUZZ_CHECK(text.Text() == expected.text, "a string value does not read back as written");
+        int number = 0;
+        FUZZ_CHECK(registry->GetIntValue(name.c_str(), &number) == REGDB_E_INVALIDVALUE,
+                   "a string value read as an integer");
+    } else {
+        int number = expected.number + 1;
+        FUZZ_CHECK(registry->GetIntValue(name.c_str(), &number) == S_OK && number == expected.number,
+                   "an integer value does not read back as written");
+    }
+}
+
+void RunCategoryOperation(FuzzedDataProvider& input) {
+    COM_ICatRegister* categories = nullptr;
+    HRESULT hr = COM_CreateInstance(COM_CLSID_CategoryManager, nullptr, COM_IID_ICatRegister,
+                                    reinterpret_cast<void**>(&categories));
+    FUZZ_CHECK(SUCCEEDED(hr) && categories != nullptr, "the category manager cannot be created");
+    COM_GUID category = ConsumeGuid(input);
+    COM_GUID clsid = ConsumeGuid(input);
+    switch (input.ConsumeIntegralInRange<int>(0, 4)) {
+        case 0: {
+            Text16 description = vantle::fuzz::ConsumeText16(input, 8);
+            categories->RegisterCategory(category, input.ConsumeBool() ? nullptr : description.c_str());
+            break;
+        }
+        case 1: categories->RegisterClassInCategory(&category, clsid); break;
+        case 2: categories->UnregisterCategory(category); break;
+        case 3: categories->UnregisterClassFromCategory(&category, clsid); break;
+        default:
+            FUZZ_CHECK(categories->RegisterClassInCategory(nullptr, clsid) == E_POINTER, "a NULL category");
+            FUZZ_CHECK(categories->UnregisterClassFromCategory(nullptr, clsid) == E_POINTER, "a NULL category");
+            break;
+    }
+    categories->Release();
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    const char* temp = std::getenv("TMPDIR");
+    std::string pattern = std::string(temp != nullptr && *temp != 0 ? temp : "/tmp") + "/vantle-fuzz-registry-XXXXXX";
+    std::vector<char> folder(pattern.begin(), pattern.end());
+    folder.push_back(0);
+    FUZZ_CHECK(mkdtemp(folder.data()) != nullptr, "no scratch folder");
+    g_folder = folder.data();
+    g_file = g_folder + "/registry.db";
+    setenv("KESTO_REGISTRY", g_file.c_str(), 1);
+    setenv("KESTO_REGISTRY_BUSY_TIMEOUT_MS", "50", 1);
+    std::atexit([] {
+        RemoveScratchFiles();
+        rmdir(g_folder.c_str());
+    });
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    vantle::fuzz::LiveStringGuard strings;
+    FuzzedDataProvider input(data, size);
+    RemoveScratchFiles();
+
+    // Now and then the file is something else already; it must be refused, untouched.
+    std::string foreign;
+    if (input.ConsumeIntegralInRange<int>(0, 15) == 0) {
+        foreign = input.ConsumeRandomLengthString(64);
+        if (foreign.empty()) foreign = "not a registry";
+        std::ofstream(g_file, std::ios::binary) << foreign;
+    }
+    // Over a foreign file nothing can be read back, so only its safety is checked.
+    const bool foreignMode = !foreign.empty();
+    bool refused = false;
+
+    Snapshot committed;
+    if (!foreignMode) committed = ReadCommitted();
+    COM_IRegistry* registry = CreateRegistry();
+    bool chainOpen = false;
+
+    for (int step = 0; step < 48 && input.remaining_bytes() > 0; ++step) {
+        Text16 name = ConsumeName(input);
+        HRESULT hr = S_OK;
+        switch (input.ConsumeIntegralInRange<int>(0, 13)) {
+            case 0:
+                hr = registry->OpenRoot(input.ConsumeIntegralInRange<int>(0, 3), name.c_str());
+                if (hr == REGDB_E_READREGDB) refused = true;
+                if (SUCCEEDED(hr)) chainOpen = true;
+                break;
+            case 1: {
+                // Close commits exactly what the chain could see.
+                Snapshot inChain;
+                bool readable = chainOpen && !foreignMode;
+                if (readable) inChain = ReadEverything(registry);
+                hr = registry->Close();
+                FUZZ_CHECK(hr == S_OK || foreignMode, "Close failed");
+                if (readable) {
+                    committed = inChain;
+                    FUZZ_CHECK(ReadCommitted() == committed, "a closed chain was not committed whole");
+                }
+                chainOpen = false;
+                break;
+            }
+            case 2: hr = registry->OpenKey(name.c_str()); break;
+            case 3: hr = registry->CreateKey(name.c_str(), input.ConsumeIntegralInRange<int>(0, 2)); break;
+            case 4: hr = registry->DeleteKey(name.c_str()); break;
+            case 5: {
+                Text16 text = vantle::fuzz::ConsumeText16(input, 16, true);
+                bool nullValue = input.ConsumeIntegralInRange<int>(0, 7) == 0;
+                hr = registry->SetStringValue(name.c_str(), nullValue ? nullptr : text.c_str());
+                // The value is NUL-terminated text: an embedded NUL ends it.
+                Value expected{KESTO_REGISTRY_STRING, nullValue ? Text16() : Text16(text.c_str()), 0};
+                if (hr == S_OK) CheckStoredValue(registry, name, expected);
+                break;
+            }
+            case 6: {
+                OwnedBSTR text;
+                hr = registry->GetStringValue(name.c_str(), &text);
+                if (hr != S_OK) FUZZ_CHECK(text.Get() == nullptr, "a failed GetStringValue gave a string");
+                break;
+            }
+            case 7: {
+                Value expected{KESTO_REGISTRY_INTEGER, Text16(), input.ConsumeIntegral<int>()};
+                hr = registry->SetIntValue(name.c_str(), expected.number);
+                if (hr == S_OK) CheckStoredValue(registry, name, expected);
+                break;
+            }
+            case 8: {
+                int number = 0;
+                hr = registry->GetIntValue(name.c_str(), &number);
+                break;
+            }
+            case 9:
+                hr = registry->DeleteValue(name.c_str());
+                if (hr == S_OK) {
+                    int kind = -1;
+                    FUZZ_CHECK(registry->GetValueKind(name.c_str(), &kind) == S_FALSE && kind == KESTO_REGISTRY_NONE,
+                               "a deleted value is still there");
+                }
+                break;
+            case 10:
+            case 11: {
+                COM_IRegistryEnum* names = nullptr;
+                hr = input.ConsumeBool() ? registry->EnumSubkeys(&names) : registry->EnumValues(&names);
+                if (SUCCEEDED(hr)) {
+                    FUZZ_CHECK(names != nullptr, "an enumeration succeeded without an enumerator");
+                    Enumerate(names);
+                    names->Release();
+                } else {
+                    FUZZ_CHECK(names == nullptr, "a failed enumeration gave an enumerator");
+                }
+                break;
+            }
+            case 12:
+                // Releasing before Close rolls the chain back.
+                registry->Release();
+                if (!foreignMode) FUZZ_CHECK(ReadCommitted() == committed, "a released chain was not rolled back");
+                registry = CreateRegistry();
+                chainOpen = false;
+                break;
+            default:
+                // The category manager works in transactions of its own, so it runs
+                // only while no chain of ours holds the file.
+                if (chainOpen) break;
+                RunCategoryOperation(input);
+                if (!foreignMode) committed = ReadCommitted();
+                break;
+        }
+        (void)hr;
+    }
+    registry->Release();
+    if (!foreignMode) FUZZ_CHECK(ReadCommitted() == committed, "the last chain was not rolled back");
+    if (foreignMode && refused) FUZZ_CHECK(ReadFile(g_file) == foreign, "a file that is not a registry was written");
+    return 0;
+}

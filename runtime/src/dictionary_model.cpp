@@ -1,0 +1,118 @@
+// The loaded dictionary: texts, name lookup, lineage and merged member lists.
+#include "dictionary_model.h"
+
+#include <algorithm>
+
+#include "dictionary_text.h"
+
+namespace kesto {
+
+TextRef Dictionary::AddText(std::u16string_view text) {
+    TextRef ref{static_cast<std::uint32_t>(pool_.size()), static_cast<std::uint32_t>(text.size())};
+    pool_.append(text);
+    return ref;
+}
+
+TextRef Dictionary::AddUtf8(std::string_view utf8) {
+    TextRef ref{static_cast<std::uint32_t>(pool_.size()), 0};
+    AppendUtf8AsUtf16(pool_, utf8);
+    ref.length = static_cast<std::uint32_t>(pool_.size() - ref.offset);
+    return ref;
+}
+
+std::uint32_t Dictionary::FindClass(std::u16string_view name) const {
+    auto it = std::lower_bound(byName_.begin(), byName_.end(), name,
+                               [this](std::uint32_t index, std::u16string_view wanted) {
+                                   return ClassName(index) < wanted;
+                               });
+    if (it == byName_.end() || ClassName(*it) != name) return kNoClass;
+    return *it;
+}
+
+bool Dictionary::SortMembers(MemberList& list, std::uint32_t* first, std::uint32_t* second) const {
+    // Stable, so equal names stay in definition order and the later one is the duplicate.
+    std::stable_sort(list.begin(), list.end(),
+                     [this](std::uint32_t a, std::uint32_t b) { return MemberName(a) < MemberName(b); });
+    for (std::size_t i = 1; i < list.size(); ++i) {
+        if (MemberName(list[i - 1]) == MemberName(list[i])) {
+            *first = list[i - 1];
+            *second = list[i];
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Dictionary::Seal(std::uint32_t* first, std::uint32_t* second) {
+    byName_.resize(classes_.size());
+    for (std::uint32_t i = 0; i < byName_.size(); ++i) byName_[i] = i;
+    std::stable_sort(byName_.begin(), byName_.end(),
+                     [this](std::uint32_t a, std::uint32_t b) { return ClassName(a) < ClassName(b); });
+    bool unique = true;
+    for (std::size_t i = 1; i < byName_.size(); ++i) {
+        if (ClassName(byName_[i - 1]) != ClassName(byName_[i])) continue;
+        // Report the duplicate that comes first in the file.
+        if (unique || byName_[i] < *second) {
+            *first = byName_[i - 1];
+            *second = byName_[i];
+        }
+        unique = false;
+    }
+    merged_.clear();
+    return unique;
+}
+
+std::vector<std::uint32_t> Dictionary::Lineage(std::uint32_t index) const {
+    // Iterative pre-order walk: popping a class pushes its supers right to left, so
+    // they come off left to right; a class seen before is skipped when popped. That
+    // is the same order as the recursive walk, without its stack depth.
+    std::vector<std::uint32_t> order;
+    std::vector<std::uint32_t> pending{index};
+    std::vector<bool> seen(classes_.size(), false);
+    while (!pending.empty()) {
+        std::uint32_t current = pending.back();
+        pending.pop_back();
+        if (seen[current]) continue;
+        seen[current] = true;
+        order.push_back(current);
+        const auto& supers = classes_[current].supers;
+        for (auto it = supers.rbegin(); it != supers.rend(); ++it) {
+            if (!seen[*it]) pending.push_back(*it);
+        }
+    }
+    return order;
+}
+
+MemberList Dictionary::MergeLineage(std::uint32_t index, MemberKind kind) const {
+    const int k = static_cast<int>(kind);
+    MemberList merged;
+    for (std::uint32_t cls : Lineage(index)) {
+        const MemberList& own = classes_[cls].own[k];
+        if (own.empty()) continue;
+        // Both runs are sorted; inplace_merge keeps the earlier run first among
+        // equal names, so the nearer definition stays in front of any it overrides.
+        std::size_t middle = merged.size();
+        merged.insert(merged.end(), own.begin(), own.end());
+        std::inplace_merge(merged.begin(), merged.begin() + static_cast<std::ptrdiff_t>(middle), merged.end(),
+                           [this](std::uint32_t a, std::uint32_t b) { return MemberName(a) < MemberName(b); });
+    }
+    auto last = std::unique(merged.begin(), merged.end(), [this](std::uint32_t a, std::uint32_t b) {
+        return MemberName(a) == MemberName(b);
+    });
+    merged.erase(last, merged.end());
+    merged.shrink_to_fit();
+    return merged;
+}
+
+std::shared_ptr<const MemberList> Dictionary::Members(const std::shared_ptr<const Dictionary>& self,
+                                                      std::uint32_t index, MemberKind kind, bool inherited) const {
+    const int k = static_cast<int>(kind);
+    const ClassRecord& cls = classes_[index];
+    if (!inherited || cls.supers.empty()) return std::shared_ptr<const MemberList>(self, &cls.own[k]);
+    if (merged_.size() != classes_.size()) merged_.resize(classes_.size());
+    std::shared_ptr<const MemberList>& slot = merged_[index][k];
+    if (!slot) slot = std::make_shared<const MemberList>(MergeLineage(index, kind));
+    return slot;
+}
+
+}  // namespace kesto

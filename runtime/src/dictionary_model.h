@@ -1,0 +1,114 @@
+// The loaded form of a class dictionary.
+//
+// A Dictionary is built once by the loader and never changes afterwards, except
+// for its caches of merged member lists, which are filled on demand and may be
+// dropped at any time (DropCaches). All texts live in one pool of 16-bit units and
+// are referred to by TextRef; names compare and sort by code-unit value. Member
+// lists are vectors of member indices sorted by name, shared through shared_ptr
+// so that an open enumeration keeps its list alive across DropCaches.
+//
+// Not thread-safe: like the tree objects above it, it is used from one thread.
+#ifndef KESTO_RUNTIME_DICTIONARY_MODEL_H_
+#define KESTO_RUNTIME_DICTIONARY_MODEL_H_
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kesto {
+
+struct TextRef {
+    std::uint32_t offset = 0;
+    std::uint32_t length = 0;
+};
+
+enum class MemberKind : std::uint8_t { kMethod = 0, kProperty = 1, kParameter = 2 };
+constexpr int kMemberKindCount = 3;
+
+struct MemberRecord {
+    TextRef name;
+    TextRef type;  // a method's return type
+    TextRef description;
+    TextRef formalSpec;
+    TextRef cardinality;
+    TextRef collection;
+    TextRef defaultValue;
+    std::uint32_t owner = 0;  // index of the defining class
+    MemberKind kind = MemberKind::kMethod;
+    bool classMethod = false;
+    bool isPrivate = false;
+    bool internal = false;
+    bool relationship = false;
+};
+
+using MemberList = std::vector<std::uint32_t>;
+
+struct ClassRecord {
+    TextRef name;
+    TextRef classType;
+    TextRef description;
+    std::vector<std::uint32_t> supers;  // class indices, declaration order
+    std::array<MemberList, kMemberKindCount> own;  // sorted by name
+};
+
+class Dictionary {
+public:
+    static constexpr std::uint32_t kNoClass = 0xFFFFFFFFu;
+
+    std::u16string_view Text(TextRef ref) const {
+        return std::u16string_view(pool_.data() + ref.offset, ref.length);
+    }
+    TextRef AddText(std::u16string_view text);
+    // Appends UTF-8 as 16-bit units.
+    TextRef AddUtf8(std::string_view utf8);
+
+    std::uint32_t ClassCount() const { return static_cast<std::uint32_t>(classes_.size()); }
+    std::uint32_t MemberCount() const { return static_cast<std::uint32_t>(members_.size()); }
+    const ClassRecord& Class(std::uint32_t index) const { return classes_[index]; }
+    const MemberRecord& Member(std::uint32_t index) const { return members_[index]; }
+    std::u16string_view ClassName(std::uint32_t index) const { return Text(classes_[index].name); }
+    std::u16string_view MemberName(std::uint32_t index) const { return Text(members_[index].name); }
+
+    // kNoClass when no class has exactly this name. Needs Seal().
+    std::uint32_t FindClass(std::u16string_view name) const;
+    // Class indices sorted by name (code-unit order). Needs Seal().
+    const std::vector<std::uint32_t>& ClassesByName() const { return byName_; }
+
+    // The class itself, then its super classes left to right and depth first, each once.
+    std::vector<std::uint32_t> Lineage(std::uint32_t index) const;
+
+    // The members of one kind of a class, sorted by name; with `inherited` the
+    // lineage's members, the first definition of each name in lineage order winning.
+    // `self` is the shared pointer that owns this dictionary: the result shares its
+    // ownership so that it stays valid as long as it is held.
+    std::shared_ptr<const MemberList> Members(const std::shared_ptr<const Dictionary>& self, std::uint32_t index,
+                                              MemberKind kind, bool inherited) const;
+
+    void DropCaches() const { merged_.clear(); }
+
+    // Building (the loader).
+    std::vector<ClassRecord>& MutableClasses() { return classes_; }
+    std::vector<MemberRecord>& MutableMembers() { return members_; }
+    // Builds the name index; returns false when two classes share a name, with the
+    // indices of the pair that comes first in the file in *first / *second.
+    bool Seal(std::uint32_t* first, std::uint32_t* second);
+    // Sorts one member list by name; on a duplicate name returns false with the two
+    // members' indices in definition order.
+    bool SortMembers(MemberList& list, std::uint32_t* first, std::uint32_t* second) const;
+
+private:
+    MemberList MergeLineage(std::uint32_t index, MemberKind kind) const;
+
+    std::u16string pool_;
+    std::vector<ClassRecord> classes_;
+    std::vector<MemberRecord> members_;
+    std::vector<std::uint32_t> byName_;
+    mutable std::vector<std::array<std::shared_ptr<const MemberList>, kMemberKindCount>> merged_;
+};
+
+}  // namespace kesto
+
+#endif  // KESTO_RUNTIME_DICTIONARY_MODEL_H_

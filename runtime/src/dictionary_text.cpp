@@ -1,0 +1,114 @@
+// UTF-8 <-> UTF-16 conversion.
+#include "dictionary_text.h"
+
+#include <cstdint>
+
+namespace kesto {
+namespace {
+
+constexpr char16_t kReplacement = 0xFFFD;
+
+void AppendCodePoint(std::u16string& out, std::uint32_t c) {
+    if (c >= 0x10000) {
+        c -= 0x10000;
+        out.push_back(static_cast<char16_t>(0xD800 + (c >> 10)));
+        out.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
+    } else {
+        out.push_back(static_cast<char16_t>(c));
+    }
+}
+
+void AppendUtf8CodePoint(std::string& out, std::uint32_t c) {
+    if (c < 0x80) {
+        out.push_back(static_cast<char>(c));
+    } else if (c < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else if (c < 0x10000) {
+        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else {
+        out.push_back(static_cast<char>(0xF0 | (c >> 18)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    }
+}
+
+}  // namespace
+
+void AppendUtf8AsUtf16(std::u16string& out, std::string_view utf8) {
+    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
+    const auto* end = p + utf8.size();
+    while (p < end) {
+        std::uint32_t c = *p++;
+        if (c < 0x80) {
+            out.push_back(static_cast<char16_t>(c));
+            continue;
+        }
+        int extra;
+        std::uint32_t minimum;
+        if ((c & 0xE0) == 0xC0) {
+            c &= 0x1F;
+            extra = 1;
+            minimum = 0x80;
+        } else if ((c & 0xF0) == 0xE0) {
+            c &= 0x0F;
+            extra = 2;
+            minimum = 0x800;
+        } else if ((c & 0xF8) == 0xF0) {
+            c &= 0x07;
+            extra = 3;
+            minimum = 0x10000;
+        } else {
+            out.push_back(kReplacement);
+            continue;
+        }
+        bool valid = true;
+        for (int i = 0; i < extra; ++i) {
+            if (p >= end || (*p & 0xC0) != 0x80) {
+                valid = false;
+                break;
+            }
+            c = (c << 6) | (*p++ & 0x3Fu);
+        }
+        if (!valid || c < minimum || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
+            out.push_back(kReplacement);
+        } else {
+            AppendCodePoint(out, c);
+        }
+    }
+}
+
+std::u16string Utf8ToUtf16(std::string_view utf8) {
+    std::u16string out;
+    out.reserve(utf8.size());
+    AppendUtf8AsUtf16(out, utf8);
+    return out;
+}
+
+std::string Utf16ToUtf8(std::u16string_view utf16) {
+    std::string out;
+    out.reserve(utf16.size());
+    for (std::size_t i = 0; i < utf16.size(); ++i) {
+        std::uint32_t c = utf16[i];
+        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < utf16.size() && utf16[i + 1] >= 0xDC00 && utf16[i + 1] <= 0xDFFF) {
+            c = 0x10000 + ((c - 0xD800) << 10) + (utf16[i + 1] - 0xDC00);
+            ++i;
+        } else if (c >= 0xD800 && c <= 0xDFFF) {
+            c = kReplacement;
+        }
+        AppendUtf8CodePoint(out, c);
+    }
+    return out;
+}
+
+std::u16string_view ViewOf(const unsigned short* text) {
+    if (text == nullptr) return {};
+    std::size_t length = 0;
+    while (text[length] != 0) ++length;
+    return std::u16string_view(reinterpret_cast<const char16_t*>(text), length);
+}
+
+}  // namespace kesto

@@ -1,0 +1,54 @@
+// One enumeration of a class node's children.
+#include "tnode_objects.h"
+
+namespace kesto {
+
+BSTR AllocBstr(std::u16string_view text) {
+    return COM_SysAllocStringLen(reinterpret_cast<const unsigned short*>(text.data()),
+                                 static_cast<unsigned int>(text.size()));
+}
+
+HRESULT TNodeCollection::QueryInterface(const COM_GUID& iid, void** out) {
+    if (out == nullptr) return E_POINTER;
+    if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_IStringCollection)) {
+        *out = static_cast<COM_IStringCollection*>(this);
+        AddRef();
+        return S_OK;
+    }
+    *out = nullptr;
+    return E_NOINTERFACE;
+}
+
+unsigned long TNodeCollection::Release() {
+    unsigned long left = --references_;
+    if (left == 0) delete this;
+    return left;
+}
+
+HRESULT TNodeCollection::Next(BSTR* name, BSTR* values) {
+    if (name == nullptr || values == nullptr) return E_POINTER;
+    *name = nullptr;
+    *values = nullptr;
+    if (next_ >= members_->size()) return S_FALSE;
+    const MemberRecord& member = dictionary_->Member((*members_)[next_]);
+    try {
+        scratch_.clear();
+        for (Keyword keyword : query_) AppendPiece(scratch_, MemberKeywordValue(*dictionary_, member, keyword));
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+    BSTR newName = AllocBstr(dictionary_->Text(member.name));
+    BSTR newValues = AllocBstr(scratch_);
+    if (newName == nullptr || newValues == nullptr) {
+        // Not consumed: the caller may try this entry again.
+        COM_SysFreeString(newName);
+        COM_SysFreeString(newValues);
+        return E_OUTOFMEMORY;
+    }
+    *name = newName;
+    *values = newValues;
+    ++next_;
+    return S_OK;
+}
+
+}  // namespace kesto

@@ -1,0 +1,122 @@
+// A class's definition node.
+#include <new>
+
+#include "dictionary_text.h"
+#include "tnode_objects.h"
+
+namespace kesto {
+namespace {
+
+// The member kind of a child-kind code, or false for a code the tree does not have.
+bool ChildKindOf(CBSTR childKind, MemberKind* kind) {
+    std::u16string_view code = ViewOf(childKind);
+    if (code.size() != 1) return false;
+    switch (code[0]) {
+        case u'm':
+            *kind = MemberKind::kMethod;
+            return true;
+        case u'a':
+            *kind = MemberKind::kProperty;
+            return true;
+        case u'p':
+            *kind = MemberKind::kParameter;
+            return true;
+        default:
+            return false;
+    }
+}
+
+HRESULT HandOut(std::u16string_view text, BSTR* out) {
+    *out = AllocBstr(text);
+    return *out == nullptr ? E_OUTOFMEMORY : S_OK;
+}
+
+}  // namespace
+
+HRESULT TNodeElement::QueryInterface(const COM_GUID& iid, void** out) {
+    if (out == nullptr) return E_POINTER;
+    if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_ITNodeElement)) {
+        *out = static_cast<COM_ITNodeElement*>(this);
+        AddRef();
+        return S_OK;
+    }
+    *out = nullptr;
+    return E_NOINTERFACE;
+}
+
+unsigned long TNodeElement::Release() {
+    unsigned long left = --references_;
+    if (left == 0) delete this;
+    return left;
+}
+
+HRESULT TNodeElement::GetName(BSTR* out) {
+    if (out == nullptr) return E_POINTER;
+    return HandOut(dictionary_->ClassName(class_), out);
+}
+
+HRESULT TNodeElement::GetSuperClasses(BSTR* out) {
+    if (out == nullptr) return E_POINTER;
+    *out = nullptr;
+    const auto& supers = dictionary_->Class(class_).supers;
+    try {
+        std::u16string list;
+        for (std::uint32_t super : supers) {
+            list += dictionary_->ClassName(super);
+            list += u',';
+        }
+        HRESULT hr = HandOut(list, out);
+        return FAILED(hr) ? hr : (supers.empty() ? S_FALSE : S_OK);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT TNodeElement::GetDescription(BSTR* out) {
+    if (out == nullptr) return E_POINTER;
+    return HandOut(dictionary_->Text(dictionary_->Class(class_).description), out);
+}
+
+HRESULT TNodeElement::OpenChildren(CBSTR childKind, CBSTR keywordQuery, int includeInherited,
+                                   COM_IStringCollection** out) {
+    if (out == nullptr) return E_POINTER;
+    *out = nullptr;
+    MemberKind kind;
+    if (!ChildKindOf(childKind, &kind)) return E_INVALIDARG;
+    try {
+        std::vector<Keyword> query;
+        if (!ParseKeywordQuery(ViewOf(keywordQuery), NodeKindOf(kind), &query)) return E_INVALIDARG;
+        auto members = dictionary_->Members(dictionary_, class_, kind, includeInherited != 0);
+        auto* collection = new TNodeCollection(dictionary_, std::move(members), std::move(query));
+        collection->AddRef();
+        *out = collection;
+        return S_OK;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT TNodeElement::GetChildCount(CBSTR childKind, int includeInherited, unsigned int* count) {
+    if (count == nullptr) return E_POINTER;
+    *count = 0;
+    MemberKind kind;
+    if (!ChildKindOf(childKind, &kind)) return E_INVALIDARG;
+    try {
+        *count = static_cast<unsigned int>(dictionary_->Members(dictionary_, class_, kind, includeInherited != 0)->size());
+        return S_OK;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT TNodeElement::GetKeyword(CBSTR subscript, BSTR* value, int* a, int* b, int* c) {
+    if (a != nullptr) *a = 0;
+    if (b != nullptr) *b = 0;
+    if (c != nullptr) *c = 0;
+    if (value == nullptr) return E_POINTER;
+    Keyword keyword = LookupKeyword(ViewOf(subscript), NodeKind::kClass);
+    if (a != nullptr) *a = keyword == Keyword::kUnknown ? 0 : 1;
+    return HandOut(ClassKeywordValue(*dictionary_, class_, keyword), value);
+}
+
+}  // namespace kesto

@@ -73,6 +73,17 @@ protected:
         if (count == 0) g_theModule.Lock();
         return ++count;
     }
+    // The last release destroys the object through its deleting destructor and
+    // only then gives back its unit of the lock count.
+    template <typename T>
+    static unsigned long InternalRelease(T* object, unsigned long& count) {
+        const unsigned long remaining = --count;
+        if (remaining == 0) {
+            delete object;
+            g_theModule.Unlock();
+        }
+        return remaining;
+    }
 };
 
 template <typename T, const COM_GUID* CLSID>
@@ -89,6 +100,7 @@ template <typename T>
 class COM_CClassFactory : public COM_IClassFactory {
 public:
     HRESULT QueryInterface(const COM_GUID& iid, void** out) override {
+        if (out == nullptr) return E_POINTER;
         if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_IClassFactory)) {
             *out = static_cast<COM_IClassFactory*>(this);
             AddRef();

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# The main job: builds the libraries and the host tool (build/), then shows the
+# assistant answering the queries an editor would ask, on the bundled dictionary.
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+bash scripts/setup.sh
+
+cmake -S . -B build -DVANTLE_WERROR=ON -DVANTLE_SANITIZE=OFF
+cmake --build build -j "$(nproc)"
+
+if [ -x build/bin/vantle-assist ]; then
+  exec build/bin/vantle-assist demo
+fi
+echo "main.sh: the libraries are built in build/lib; the host tool build/bin/vantle-assist is not part of this tree yet."

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Builds and runs every test twice: a plain build with warnings as errors (build/),
+# then a build under AddressSanitizer, UndefinedBehaviorSanitizer and LeakSanitizer
+# (build-asan/), where any sanitizer report fails the test that caused it.
+# Exits non-zero if anything fails. VANTLE_TEST_JOBS runs tests in parallel.
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+bash scripts/setup.sh
+
+build_jobs=$(nproc)
+test_jobs=${VANTLE_TEST_JOBS:-1}
+failed=()
+
+echo "== plain build (build/)"
+cmake -S . -B build -DVANTLE_WERROR=ON -DVANTLE_SANITIZE=OFF
+cmake --build build -j "$build_jobs"
+if ! (cd build && ctest --output-on-failure -j "$test_jobs"); then
+  failed+=("plain tests")
+fi
+
+echo "== sanitizer build (build-asan/)"
+cmake -S . -B build-asan -DVANTLE_WERROR=ON -DVANTLE_SANITIZE=ON
+cmake --build build-asan -j "$build_jobs"
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+if ! (cd build-asan && ctest --output-on-failure -j "$test_jobs"); then
+  failed+=("sanitizer tests")
+fi
+
+# ---- Fuzz smoke runs ---------------------------------------------------------
+# (added later: a short, bounded run of every fuzz target; a failure is added to
+# the list below)
+# -------------------------------------------------------------------------------
+
+if [ ${#failed[@]} -ne 0 ]; then
+  echo "test.sh: FAILED: ${failed[*]}" >&2
+  exit 1
+fi
+echo "test.sh: all tests passed, plain and under the sanitizers"

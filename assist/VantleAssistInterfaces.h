@@ -12,8 +12,10 @@
 
 #define VANTLE_EXPORT __attribute__((visibility("default")))
 
+// The enumerations have a fixed 32-bit type so that any value an editor passes is a
+// valid value of the type, to be checked, rather than undefined behaviour.
 // One value per symbol kind; a value is an index and a bit position, not a flag.
-enum SYMBOL_KIND {
+enum SYMBOL_KIND : int {
     SYMBOL_CLASS = 1,
     SYMBOL_METHOD = 2,
     SYMBOL_LOCAL = 3,
@@ -30,12 +32,12 @@ enum SYMBOL_KIND {
 };
 
 // The language of a scope; stored and reported back, never interpreted.
-enum ParserLanguage {
+enum ParserLanguage : int {
     PARSERLANGUAGE_ROOT = 0,
     PARSERLANGUAGE_LAST = 0x7FFFFFFF,
 };
 
-enum MEMBER_FILTER_FLAGS {
+enum MEMBER_FILTER_FLAGS : int {
     MEMBER_CLASSMETHODS = 1,
     MEMBER_INSTANCEMETHODS = 2,
     MEMBER_PROPERTIES = 4,

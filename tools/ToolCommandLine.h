@@ -1,0 +1,46 @@
+// The host tool's command line: commands, their arguments and options, and the
+// help text of each.
+//
+// Options may stand before or after the command, as "--name value" or
+// "--name=value"; "--" ends the options. ParseCommandLine checks the command and
+// the number of its arguments, and that an option belongs to the command; it never
+// exits or prints: a problem comes back as false with a message.
+#ifndef VANTLE_TOOLS_TOOLCOMMANDLINE_H_
+#define VANTLE_TOOLS_TOOLCOMMANDLINE_H_
+
+#include <string>
+#include <vector>
+
+namespace vantle::tool {
+
+struct CommandLine {
+    std::string command;  // empty when none was given
+    std::vector<std::string> arguments;
+    bool help = false;
+    bool json = false;
+    std::string dictionary;
+    std::string module;
+    std::string relative;
+    std::string imports;
+    bool noInherited = false;
+    bool flagsGiven = false;
+    unsigned int flags = 7;
+    bool extended = false;
+};
+
+bool ParseCommandLine(const std::vector<std::string>& words, CommandLine* line, std::string* error);
+
+// Whole numbers for arguments: decimal, or hexadecimal with 0x. False when the text
+// is not one or does not fit.
+bool ParseUnsigned(const std::string& text, unsigned long maximum, unsigned long* value);
+
+// The help of one command; empty for an unknown command.
+std::string CommandHelp(const std::string& command);
+std::string GeneralHelp();
+bool IsCommand(const std::string& command);
+// The query commands (for completion and the interactive prompt).
+const std::vector<std::string>& CommandNames();
+
+}  // namespace vantle::tool
+
+#endif  // VANTLE_TOOLS_TOOLCOMMANDLINE_H_

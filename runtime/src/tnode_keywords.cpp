@@ -27,9 +27,9 @@ Keyword LookupKeyword(std::u16string_view subscript, NodeKind kind) {
         }
     }
     if (subscript.size() != 2) return Keyword::kUnknown;
-    const int code = (subscript[0] - u'0') * 10 + (subscript[1] - u'0');
     if (subscript[0] < u'0' || subscript[0] > u'9' || subscript[1] < u'0' || subscript[1] > u'9')
         return Keyword::kUnknown;
+    const int code = (subscript[0] - u'0') * 10 + (subscript[1] - u'0');
     switch (kind) {
         case NodeKind::kClass:
             return code == 23 ? Keyword::kClassType : Keyword::kUnknown;

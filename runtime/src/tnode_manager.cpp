@@ -30,10 +30,9 @@ bool IsUsableClassName(std::u16string_view name) {
     return name.find(u'%', 1) == std::u16string_view::npos;
 }
 
-HRESULT HandOutMessage(const std::string& message, BSTR* out) {
-    if (out == nullptr) return S_OK;
-    *out = AllocBstr(Utf8ToUtf16(message));
-    return S_OK;
+// A message that cannot be allocated is left out; the status still tells.
+void HandOutMessage(const std::string& message, BSTR* out) {
+    if (out != nullptr) *out = AllocBstr(Utf8ToUtf16(message));
 }
 
 HRESULT CreateTNodeManager(const COM_GUID& iid, void** out) {
@@ -87,7 +86,10 @@ HRESULT TNodeManager::LoadDictionary(CBSTR path, BSTR* message) {
             return E_INVALIDARG;
         }
         DictionaryLoadResult result = LoadDictionaryFile(Utf16ToUtf8(path16));
-        if (FAILED(result.status)) return HandOutMessage(result.message, message), result.status;
+        if (FAILED(result.status)) {
+            HandOutMessage(result.message, message);
+            return result.status;
+        }
         dictionary_ = std::move(result.dictionary);
         path_ = path16;
         return S_OK;
@@ -105,7 +107,10 @@ HRESULT TNodeManager::LoadDictionaryBuffer(const char* data, unsigned long size,
         std::u16string source = source16.empty() ? std::u16string(u"<buffer>") : std::u16string(source16);
         DictionaryLoadResult result =
             LoadDictionaryText(std::string_view(data == nullptr ? "" : data, size), Utf16ToUtf8(source));
-        if (FAILED(result.status)) return HandOutMessage(result.message, message), result.status;
+        if (FAILED(result.status)) {
+            HandOutMessage(result.message, message);
+            return result.status;
+        }
         dictionary_ = std::move(result.dictionary);
         path_ = std::move(source);
         return S_OK;

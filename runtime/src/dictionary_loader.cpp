@@ -7,6 +7,8 @@
 // token that does not fit is reported right where it stands.
 #include "dictionary_loader.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -203,6 +205,7 @@ public:
     HRESULT status() const { return status_; }
     const std::string& message() const { return message_; }
     std::shared_ptr<Dictionary> TakeDictionary() { return std::move(dict_); }
+    void ReserveText(std::size_t units) { dict_->ReserveText(units); }
 
 private:
     bool Fail(HRESULT status, std::size_t offset, const std::string& what);
@@ -718,6 +721,8 @@ DictionaryLoadResult LoadDictionaryText(std::string_view json, std::string_view 
         }
         PositionTracker tracker(json.data());
         Reader reader(json, sourceName, &tracker);
+        // The texts are most of a dictionary; they never take more units than bytes.
+        reader.ReserveText(json.size());
         TrackingIterator first(json.data(), &tracker);
         TrackingIterator last(json.data() + json.size(), &tracker);
         bool parsed = Json::sax_parse(first, last, &reader, Json::input_format_t::json, true, false);
@@ -751,7 +756,17 @@ DictionaryLoadResult LoadDictionaryFile(const std::string& path) {
             result.message = path + ": cannot open the dictionary: " + std::strerror(errno);
             return result;
         }
+        struct stat status{};
+        if (fstat(fileno(file), &status) == 0 && S_ISDIR(status.st_mode)) {
+            std::fclose(file);
+            result.status = STG_E_FILENOTFOUND;
+            result.message = path + ": cannot read the dictionary: it is a directory";
+            return result;
+        }
         try {
+            // Sized from the file's length; a file that grows meanwhile is read on.
+            if (S_ISREG(status.st_mode) && status.st_size > 0 && static_cast<unsigned long long>(status.st_size) <= (1ull << 30))
+                text.reserve(static_cast<std::size_t>(status.st_size));
             char buffer[1 << 16];
             std::size_t got;
             while ((got = std::fread(buffer, 1, sizeof buffer, file)) > 0) text.append(buffer, got);

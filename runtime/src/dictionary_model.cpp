@@ -7,6 +7,8 @@
 
 namespace kesto {
 
+void Dictionary::ReserveText(std::size_t units) { pool_.reserve(units); }
+
 TextRef Dictionary::AddText(std::u16string_view text) {
     TextRef ref{static_cast<std::uint32_t>(pool_.size()), static_cast<std::uint32_t>(text.size())};
     pool_.append(text);
@@ -30,9 +32,12 @@ std::uint32_t Dictionary::FindClass(std::u16string_view name) const {
 }
 
 bool Dictionary::SortMembers(MemberList& list, std::uint32_t* first, std::uint32_t* second) const {
-    // Stable, so equal names stay in definition order and the later one is the duplicate.
-    std::stable_sort(list.begin(), list.end(),
-                     [this](std::uint32_t a, std::uint32_t b) { return MemberName(a) < MemberName(b); });
+    // Equal names keep definition order (indices grow with it), so the later one is
+    // the duplicate.
+    std::sort(list.begin(), list.end(), [this](std::uint32_t a, std::uint32_t b) {
+        int order = MemberName(a).compare(MemberName(b));
+        return order != 0 ? order < 0 : a < b;
+    });
     for (std::size_t i = 1; i < list.size(); ++i) {
         if (MemberName(list[i - 1]) == MemberName(list[i])) {
             *first = list[i - 1];

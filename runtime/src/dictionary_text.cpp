@@ -41,6 +41,13 @@ void AppendUtf8CodePoint(std::string& out, std::uint32_t c) {
 void AppendUtf8AsUtf16(std::u16string& out, std::string_view utf8) {
     const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
     const auto* end = p + utf8.size();
+    // Most dictionary text is ASCII: copy the leading ASCII run in one go (a byte
+    // becomes at most one unit, so the run fits what is reserved here).
+    const std::size_t start = out.size();
+    out.resize(start + utf8.size());
+    char16_t* write = out.data() + start;
+    while (p < end && *p < 0x80) *write++ = static_cast<char16_t>(*p++);
+    out.resize(static_cast<std::size_t>(write - out.data()));
     while (p < end) {
         std::uint32_t c = *p++;
         if (c < 0x80) {

@@ -8,18 +8,9 @@
 #include <vector>
 
 #include "tools/QueryCommands.h"
+#include "tools/RegistryCommands.h"
 #include "tools/ServiceSession.h"
 #include "tools/ToolCommandLine.h"
-
-#if __has_include("tools/RegistryCommands.h")
-#include "tools/RegistryCommands.h"
-#else
-namespace vantle::tool {
-// The registration commands (written beside this tool's registry support).
-int RunRegisterCommand(const std::string& modulePath, bool doRegister, std::ostream& out, std::ostream& err);
-int RunRegistryDumpCommand(std::ostream& out, std::ostream& err);
-}  // namespace vantle::tool
-#endif
 
 namespace vantle::tool {
 

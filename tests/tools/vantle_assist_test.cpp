@@ -47,10 +47,12 @@ protected:
     static void TearDownTestSuite() { std::system(("rm -rf '" + scratch_ + "'").c_str()); }
 
     // Runs the tool with `arguments` (shell words) and optional standard input.
-    static Outcome RunTool(const std::string& arguments, const std::string& input = "") {
+    // `environment` is prepended to the command ("NAME=value ...").
+    static Outcome RunTool(const std::string& arguments, const std::string& input = "",
+                           const std::string& environment = "") {
         std::string in = scratch_ + "/in", out = scratch_ + "/out", err = scratch_ + "/err";
         std::ofstream(in) << input;
-        std::string command = "'" + BuildDir() + "/bin/vantle-assist' " + arguments + " <'" + in + "' >'" + out +
+        std::string command = environment + " '" + BuildDir() + "/bin/vantle-assist' " + arguments + " <'" + in + "' >'" + out +
                               "' 2>'" + err + "'";
         int raw = std::system(command.c_str());
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(out), Slurp(err)};
@@ -128,6 +130,19 @@ TEST_F(Tool, TheServiceFromAnExplicitModuleAnswersTheSame) {
     Outcome run = RunTool("origin Shop.RushOrder %Save --json --module '" + BuildDir() + "/lib/libvantleassist.so'");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "{\"hresult\": 0, \"origin\": \"%Library.Persistent\"}\n");
+}
+
+TEST_F(Tool, ARegisteredServiceIsCreatedThroughTheRuntime) {
+    const std::string registry = "KESTO_REGISTRY='" + scratch_ + "/registered.db'";
+    Outcome registered = RunTool("register", "", registry);
+    ASSERT_EQ(registered.status, 0) << registered.err;
+    Outcome demo = RunTool("demo", "", registry);
+    EXPECT_NE(demo.out.find("service: registered class)"), std::string::npos) << demo.out.substr(0, 200);
+    Outcome answer = RunTool("--json type Shop.Order Lines", "", registry);
+    EXPECT_EQ(answer.out, "{\"hresult\": 0, \"kind\": 5, \"type\": \"relm of Shop.Line\"}\n") << answer.err;
+    ASSERT_EQ(RunTool("unregister", "", registry).status, 0);
+    demo = RunTool("demo", "", registry);
+    EXPECT_NE(demo.out.find("libvantleassist.so)"), std::string::npos) << "falls back to the library beside the tool";
 }
 
 TEST_F(Tool, AFailingServiceCallExitsNonZeroWithTheMessage) {

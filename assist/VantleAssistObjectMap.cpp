@@ -1,9 +1,12 @@
 // The object map: the classes this library serves.
+#include "assist/VantleAssist.h"
 #include "sys/sysCom.h"
 
 namespace {
 
 const COM_OBJECT_MAP_ENTRY s_com_object_map[] = {
+    {&COM_CLSID_VantleAssist, &CVantleAssistant::_theClassFactory, &CVantleAssistant::UpdateRegistry,
+     &COM_CComCoClass<CVantleAssistant, &COM_CLSID_VantleAssist>::GetCategoryMap},
     {nullptr, nullptr, nullptr, nullptr},
 };
 

@@ -1,0 +1,58 @@
+// VantleAssistText.h: small readers of the tree's answers shared by the class queries.
+//
+// Member names match unit for unit: same length, same 16-bit units, no case folding
+// and no trimming. A keyword query is the concatenation of piece prefixes and
+// keyword codes. Readers of single-character keyword values and of "n:text" values
+// never look outside the string they are given; what is not there reads as NUL or
+// as the empty text.
+#ifndef VANTLE_ASSIST_VANTLEASSISTTEXT_H_
+#define VANTLE_ASSIST_VANTLEASSISTTEXT_H_
+
+#include <initializer_list>
+#include <string>
+
+#include "kesto/com.h"
+#include "sys/sysComLib.h"
+
+typedef std::basic_string<unsigned short> utlWString;
+
+// A NULL string handed on to the tree reads as the empty one.
+inline CBSTR utlOrEmpty(CBSTR text) {
+    static const unsigned short kEmpty[1] = {0};
+    return text == nullptr ? kEmpty : text;
+}
+
+// The parts one after another ("2:" METHclassmethod "2:" METHinternal gives 2:232:14).
+inline utlWString utlJoin(std::initializer_list<const unsigned short*> parts) {
+    utlWString joined;
+    for (const unsigned short* part : parts) joined.append(part);
+    return joined;
+}
+
+inline bool utlMemberNameEquals(CBSTR name, CBSTR wanted) {
+    if (name == nullptr || wanted == nullptr) return false;
+    unsigned long wantedLength = 0;
+    while (wanted[wantedLength] != 0) ++wantedLength;
+    if (COM_SysStringLen(name) != wantedLength) return false;
+    for (unsigned long i = 0; i < wantedLength; ++i) {
+        if (name[i] != wanted[i]) return false;
+    }
+    return true;
+}
+
+// The unit at `position` of a keyword answer, or NUL past its end.
+inline unsigned short utlValueAt(const utlAutoBSTR& values, unsigned long position) {
+    return position < values.Length() ? values.Get()[position] : 0;
+}
+
+// Everything after the first ':' of a one-piece value; the empty text when the
+// value holds no ':'. NULL only when the runtime cannot allocate.
+inline BSTR utlTextAfterColon(CBSTR value) {
+    unsigned long length = COM_SysStringLen(value);
+    unsigned long at = 0;
+    while (at < length && value[at] != ':') ++at;
+    if (at < length) ++at;
+    return COM_SysAllocStringLen(value + at, static_cast<unsigned int>(length - at));
+}
+
+#endif  // VANTLE_ASSIST_VANTLEASSISTTEXT_H_

@@ -1,0 +1,311 @@
+// The service object: how an editor reaches it, its lifetime, the small operations
+// and the symbol operations.
+#include <gtest/gtest.h>
+
+#include "AssistTestSupport.h"
+#include "assist/VantleAssist.h"
+
+namespace {
+
+using fakes::TreeCall;
+
+// Raw slot numbers of the binary contract.
+enum Slot {
+    kQueryInterface = 2,
+    kAddRef = 3,
+    kRelease = 4,
+    kCreateInstance = 5,
+    kInitialize = 5,
+    kSetSymbol = 7,
+    kLookupSymbol = 9,
+    kGetClassMembers = 14,
+    kSetFlags = 16,
+    kGetFlags = 17,
+    kSetRelativeClassName = 5,
+    kGetMemberOrigin = 5,
+    kGetSymbols = 6,
+    kGetClassMembersEx = 5,
+};
+
+void* RawQuery(void* object, const COM_GUID& iid) {
+    void* out = nullptr;
+    EXPECT_EQ(CallSlot<HRESULT>(object, kQueryInterface, &iid, &out), S_OK);
+    return out;
+}
+
+TEST(ServiceObject, EditorDrivesEveryInterfaceThroughTableSlots) {
+    fakes::FakeClassTree tree;
+    tree.AddClass(u"Shop.Item").Property(u"Price").Set(u"2", u"Top").Set(u"14", u"0");
+    long strings = KESTO_LiveStringCount();
+    int locks = g_theModule.GetLockCount();
+
+    void* factory = nullptr;
+    ASSERT_EQ(GetClassObject(COM_CLSID_VantleAssist, COM_IID_IClassFactory, &factory), S_OK);
+    EXPECT_EQ(CanUnloadNow(), S_FALSE);
+    void* unknown = nullptr;
+    ASSERT_EQ(CallSlot<HRESULT>(factory, kCreateInstance, &COM_IID_IUnknown, &unknown), S_OK);
+    CallSlot<unsigned long>(factory, kRelease);
+    EXPECT_EQ(g_theModule.GetLockCount(), locks + 1);  // one unit for the live object
+
+    void* assist = RawQuery(unknown, COM_IID_IVantleAssist);
+    void* assistEx = RawQuery(unknown, COM_IID_IVantleAssistEx);
+    void* assist2 = RawQuery(unknown, COM_IID_IVantleAssist2);
+    void* assist3 = RawQuery(unknown, COM_IID_IVantleAssist3);
+    void* identity = RawQuery(assist3, COM_IID_IUnknown);
+    EXPECT_EQ(identity, unknown);  // the same identity from any interface
+    EXPECT_EQ(CallSlot<unsigned long>(assist2, kAddRef), 7u);
+
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kInitialize, tree.Manager()), S_OK);
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kSetFlags, MEMBER_PROPERTIES), S_OK);
+    MEMBER_FILTER_FLAGS flags{};
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kGetFlags, &flags), S_OK);
+    EXPECT_EQ(flags, MEMBER_PROPERTIES);
+    EXPECT_EQ(CallSlot<HRESULT>(assistEx, kSetRelativeClassName, static_cast<CBSTR>(W(u"Shop.Basket"))), S_OK);
+    BSTR out = nullptr;
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kGetClassMembers, static_cast<CBSTR>(W(u"Shop.Item")), 0, &out), S_OK);
+    EXPECT_EQ(Take(out), Text(u"Price,"));
+    EXPECT_EQ(CallSlot<HRESULT>(assist3, kGetClassMembersEx, static_cast<CBSTR>(W(u"Shop.Item")), 0, &out), S_OK);
+    EXPECT_EQ(Take(out), Text(u"Price,"));
+    EXPECT_EQ(CallSlot<HRESULT>(assist2, kGetMemberOrigin, static_cast<CBSTR>(W(u"Shop.Item")),
+                                static_cast<CBSTR>(W(u"Price")), SYMBOL_PROPERTY, &out),
+              S_OK);
+    EXPECT_EQ(Take(out), Text(u"Top"));
+    EXPECT_EQ(tree.Records().normalize.back(), (fakes::NormalizeRequest{u"Shop.Item", u"Shop.Basket"}));
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kSetSymbol, static_cast<CBSTR>(W(u"x")), SYMBOL_LOCAL,
+                                static_cast<CBSTR>(W(u"1"))),
+              S_OK);
+    ParserLanguage language = static_cast<ParserLanguage>(9);
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kLookupSymbol, static_cast<CBSTR>(W(u"x")), SYMBOL_LOCAL, &language, &out),
+              S_OK);
+    EXPECT_EQ(Take(out), Text(u"1"));
+    EXPECT_EQ(language, PARSERLANGUAGE_ROOT);
+    EXPECT_EQ(CallSlot<HRESULT>(assist2, kGetSymbols, 1u << (SYMBOL_LOCAL - 1), &out), S_OK);
+    EXPECT_EQ(Take(out), Text(u"x,"));
+
+    for (void* reference : {assist, assistEx, assist2, assist2, assist3, identity}) {
+        CallSlot<unsigned long>(reference, kRelease);
+    }
+    EXPECT_EQ(CanUnloadNow(), S_FALSE);
+    EXPECT_EQ(CallSlot<unsigned long>(unknown, kRelease), 0u);
+    EXPECT_EQ(g_theModule.GetLockCount(), locks);
+    EXPECT_EQ(CanUnloadNow(), locks == 0 ? S_OK : S_FALSE);
+    EXPECT_EQ(tree.OutstandingReferences(), 0);
+    EXPECT_EQ(KESTO_LiveStringCount(), strings);
+}
+
+TEST(ServiceObject, InterfacePointersSitAtTheTableOffsets) {
+    COM_IVantleAssist* assist = nullptr;
+    ASSERT_EQ(CVantleAssistant::_theClassFactory.CreateInstance(COM_IID_IVantleAssist,
+                                                                reinterpret_cast<void**>(&assist)),
+              S_OK);
+    auto* object = static_cast<CVantleAssistant*>(assist);
+    auto offset = [object](void* interface) {
+        return static_cast<unsigned long>(static_cast<char*>(interface) - reinterpret_cast<char*>(object));
+    };
+    EXPECT_EQ(offset(static_cast<COM_IVantleAssist*>(object)), 0u);
+    EXPECT_EQ(offset(static_cast<COM_IVantleAssistEx*>(object)), 8u);
+    EXPECT_EQ(offset(static_cast<COM_IVantleAssist2*>(object)), 16u);
+    EXPECT_EQ(offset(static_cast<COM_IVantleAssist3*>(object)), 24u);
+    const COM_INTERFACE_ENTRY* row = CVantleAssistant::s_interface_table;
+    for (unsigned long expected : {0ul, 8ul, 16ul, 24ul}) EXPECT_EQ((row++)->data, expected);
+    assist->Release();
+}
+
+TEST(ServiceObject, ObjectMapServesTheOneClass) {
+    const COM_OBJECT_MAP_ENTRY* map = GetObjectMap();
+    ASSERT_NE(map[0].clsid, nullptr);
+    EXPECT_TRUE(COM_IsEqualGUID(*map[0].clsid, COM_CLSID_VantleAssist));
+    EXPECT_EQ(map[0].factory, &CVantleAssistant::_theClassFactory);
+    EXPECT_NE(map[0].updateRegistry, nullptr);
+    EXPECT_EQ(map[0].getCategoryMap(), nullptr);
+    EXPECT_EQ(map[1].clsid, nullptr);
+    EXPECT_EQ(map[1].factory, nullptr);
+}
+
+TEST(ServiceObject, UnknownInterfaceDestroysTheNewObject) {
+    int locks = g_theModule.GetLockCount();
+    void* out = reinterpret_cast<void*>(0x1);
+    EXPECT_EQ(CVantleAssistant::_theClassFactory.CreateInstance(COM_IID_IClassFactory, &out), E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(g_theModule.GetLockCount(), locks);
+    EXPECT_EQ(GetClassObject(COM_IID_IVantleAssist, COM_IID_IClassFactory, &out), CLASS_E_CLASSNOTAVAILABLE);
+}
+
+struct CacheCase {
+    HRESULT treeAnswer;
+    HRESULT expected;
+};
+
+class CacheInterfacesTest : public AssistTest, public ::testing::WithParamInterface<CacheCase> {};
+
+TEST_P(CacheInterfacesTest, AnsweredWithTheTreeManagersOwn) {
+    void* out = nullptr;
+    EXPECT_EQ(assist->QueryInterface(COM_IID_ISchemaCache, &out), E_UNEXPECTED);
+    EXPECT_EQ(out, nullptr);
+    tree.AnswerCacheInterfaces(GetParam().treeAnswer);
+    InitializeWithTree();
+    for (const COM_GUID* iid : {&COM_IID_ISchemaCache, &COM_IID_IExtrinsicCache, &COM_IID_IMacroCache}) {
+        EXPECT_EQ(assist->QueryInterface(*iid, &out), GetParam().expected);
+        if (SUCCEEDED(GetParam().expected)) {
+            EXPECT_EQ(out, tree.Manager());
+            static_cast<COM_IUnknown*>(out)->Release();
+        } else {
+            EXPECT_EQ(out, nullptr);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Answers, CacheInterfacesTest,
+                         ::testing::Values(CacheCase{S_OK, S_OK}, CacheCase{S_FALSE, S_OK},
+                                           CacheCase{E_NOINTERFACE, E_NOINTERFACE}, CacheCase{E_FAIL, E_FAIL}));
+
+TEST_F(AssistTest, InitializeHoldsOneReferenceEachAndReleasesOnReplace) {
+    InitializeWithTree();
+    EXPECT_EQ(tree.OutstandingReferences(), 2);  // the manager and its class cache
+    InitializeWithTree();
+    EXPECT_EQ(tree.OutstandingReferences(), 2);
+    ASSERT_EQ(assist->Initialize(nullptr), S_OK);
+    EXPECT_EQ(tree.OutstandingReferences(), 0);
+    BSTR out = nullptr;
+    EXPECT_EQ(assist->GetClassMembers(W(u"Any"), MEMBER_PROPERTIES, &out), S_FALSE);
+}
+
+TEST_F(AssistTest, FailedCacheQueryKeepsTheManagerAndThePinnedFlags) {
+    ASSERT_EQ(assist->SetFlags(MEMBER_PARAMETERS), S_OK);
+    tree.Fail(TreeCall::kQueryClassCache, E_NOINTERFACE);
+    EXPECT_EQ(assist->Initialize(tree.Manager()), E_NOINTERFACE);
+    EXPECT_EQ(tree.OutstandingReferences(), 1);
+    MEMBER_FILTER_FLAGS flags{};
+    EXPECT_EQ(assist->GetFlags(&flags), S_OK);
+    EXPECT_EQ(assist->Reset(), S_FALSE);  // no class cache
+}
+
+TEST_F(AssistTest, FlagsReportWhetherTheyArePinned) {
+    MEMBER_FILTER_FLAGS flags{};
+    EXPECT_EQ(assist->GetFlags(&flags), S_FALSE);
+    EXPECT_EQ(flags, 7);
+    ASSERT_EQ(assist->SetFlags(static_cast<MEMBER_FILTER_FLAGS>(21)), S_OK);
+    EXPECT_EQ(assist->GetFlags(&flags), S_OK);
+    EXPECT_EQ(flags, 21);
+    InitializeWithTree();
+    EXPECT_EQ(assist->GetFlags(&flags), S_FALSE);
+    EXPECT_EQ(flags, 21);
+}
+
+TEST_F(AssistTest, ClassCacheOperationsWithoutACache) {
+    BSTR out = nullptr;
+    EXPECT_EQ(assist->GetClassList(W(u"Sh"), &out), S_FALSE);
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(Take(out), Text());
+    EXPECT_EQ(assist->Reset(), S_FALSE);
+    EXPECT_EQ(assist->SetImportPackageList(W(u"Shop")), S_FALSE);
+    KESTO_FaultInjectStrings(0, 1);
+    EXPECT_EQ(assist->GetClassList(W(u"Sh"), &out), E_OUTOFMEMORY);
+    KESTO_FaultInjectStrings(0, 0);
+}
+
+TEST_F(AssistTest, ClassCacheOperationsAreForwarded) {
+    tree.AddClass(u"Shop.Cart");
+    tree.AddClass(u"Shop.Item");
+    tree.AddClass(u"%Text");
+    tree.AnswerCacheReset(static_cast<HRESULT>(0x80670002));
+    InitializeWithTree();
+    BSTR out = nullptr;
+    EXPECT_EQ(assist->GetClassList(W(u"Shop."), &out), S_OK);
+    EXPECT_EQ(Take(out), Text(u"Shop.Cart,Shop.Item,"));
+    EXPECT_EQ(assist->Reset(), static_cast<HRESULT>(0x80670002));
+    EXPECT_EQ(assist->SetImportPackageList(W(u"Shop,Util")), S_OK);
+    EXPECT_EQ(tree.Records().importPackageLists, std::vector<Text>{u"Shop,Util"});
+}
+
+struct SwitchCase {
+    const char16_t* name;
+    SYMBOL_KIND kind;
+    const char16_t* value;
+    int includeInherited;
+};
+
+class IncludeInheritedTest : public AssistTest, public ::testing::WithParamInterface<SwitchCase> {};
+
+TEST_P(IncludeInheritedTest, OnlyTheSystemSymbolMovesTheSwitch) {
+    const SwitchCase& c = GetParam();
+    tree.AddClass(u"Shop.Cart");
+    InitializeWithTree();
+    ASSERT_EQ(assist->SetSymbol(W(c.name), c.kind, W(c.value)), S_OK);
+    ParserLanguage language{};
+    BSTR value = nullptr;
+    EXPECT_EQ(assist->LookupSymbol(W(c.name), c.kind, &language, &value), S_OK);  // stored in any case
+    EXPECT_EQ(Take(value), Text(c.value));
+    BSTR list = nullptr;
+    assist->GetClassMembers(W(u"Shop.Cart"), MEMBER_PROPERTIES, &list);
+    EXPECT_EQ(tree.Records().children.back().includeInherited, c.includeInherited);
+}
+
+INSTANTIATE_TEST_SUITE_P(Symbols, IncludeInheritedTest,
+                         ::testing::Values(SwitchCase{u"INCLUDEINHERITED", SYMBOL_SYSTEM, u"TRUE", 1},
+                                           SwitchCase{u"INCLUDEINHERITED", SYMBOL_SYSTEM, u"true", 0},
+                                           SwitchCase{u"INCLUDEINHERITED", SYMBOL_SYSTEM, u"TRUE ", 0},
+                                           SwitchCase{u"INCLUDEINHERITED", SYMBOL_SYSTEM, u"", 0},
+                                           SwitchCase{u"IncludeInherited", SYMBOL_SYSTEM, u"no", 1},
+                                           SwitchCase{u"INCLUDEINHERITED", SYMBOL_LOCAL, u"no", 1}));
+
+TEST_F(AssistTest, SymbolsFollowTheEditorsEmbeddings) {
+    ASSERT_EQ(assist->SetSymbol(W(u"outer"), SYMBOL_LOCAL, W(u"o")), S_OK);
+    ASSERT_EQ(assist->OnEmbeddingStart(static_cast<ParserLanguage>(5)), S_OK);
+    ASSERT_EQ(assist->SetSymbol(W(u"inner"), SYMBOL_LOCAL, W(u"i")), S_OK);
+    ParserLanguage language{};
+    BSTR value = nullptr;
+    EXPECT_EQ(assist->LookupSymbol(W(u"inner"), SYMBOL_LOCAL, &language, &value), S_OK);
+    EXPECT_EQ(Take(value), Text(u"i"));
+    EXPECT_EQ(language, 5);
+    BSTR list = nullptr;
+    EXPECT_EQ(Assist2()->GetSymbols(1u << (SYMBOL_LOCAL - 1), &list), S_OK);
+    EXPECT_EQ(Take(list), Text(u"inner,outer,"));
+    EXPECT_EQ(Assist2()->GetSymbols(1u << (SYMBOL_MACRO - 1), &list), S_FALSE);
+    EXPECT_EQ(list, nullptr);
+    ASSERT_EQ(assist->OnEmbeddingEnd(), S_OK);
+    EXPECT_EQ(assist->LookupSymbol(W(u"inner"), SYMBOL_LOCAL, &language, &value), S_FALSE);
+    EXPECT_EQ(assist->RemoveSymbol(W(u"outer"), SYMBOL_LOCAL), S_OK);
+    EXPECT_EQ(assist->LookupSymbol(W(u"outer"), SYMBOL_LOCAL, &language, &value), S_FALSE);
+}
+
+TEST_F(AssistTest, UnbalancedEmbeddingsNeitherCrashNorLeak) {
+    EXPECT_EQ(assist->OnEmbeddingEnd(), S_OK);  // no start: the root scope stays
+    ASSERT_EQ(assist->SetSymbol(W(u"kept"), SYMBOL_MACRO, W(u"1")), S_OK);
+    for (int language = 1; language <= 3; ++language) {
+        ASSERT_EQ(assist->OnEmbeddingStart(static_cast<ParserLanguage>(language)), S_OK);
+        ASSERT_EQ(assist->SetSymbol(W(u"deep"), SYMBOL_LOCAL, W(u"2")), S_OK);
+    }
+    ParserLanguage language{};
+    BSTR value = nullptr;
+    EXPECT_EQ(assist->LookupSymbol(W(u"kept"), SYMBOL_MACRO, &language, &value), S_OK);
+    EXPECT_EQ(Take(value), Text(u"1"));
+    EXPECT_EQ(language, PARSERLANGUAGE_ROOT);
+    // The service is released with three embeddings open; TearDown checks the strings.
+}
+
+TEST_F(AssistTest, RelativeClassNameReachesNormalisation) {
+    tree.AddClass(u"Shop.Cart");
+    InitializeWithTree();
+    BSTR out = nullptr;
+    ASSERT_EQ(AssistEx()->SetRelativeClassName(W(u"Shop.Order")), S_OK);
+    assist->GetClassMembers(W(u"Cart"), MEMBER_PROPERTIES, &out);
+    ASSERT_EQ(AssistEx()->SetRelativeClassName(nullptr), S_OK);
+    assist->GetClassMembers(W(u"Cart"), MEMBER_PROPERTIES, &out);
+    std::vector<fakes::NormalizeRequest> expected = {{u"Cart", u"Shop.Order"}, {u"Cart", u""}};
+    EXPECT_EQ(tree.Records().normalize, expected);
+}
+
+TEST_F(AssistTest, NullArgumentsAreRefused) {
+    EXPECT_EQ(assist->SetSymbol(nullptr, SYMBOL_LOCAL, W(u"v")), E_POINTER);
+    EXPECT_EQ(assist->RemoveSymbol(nullptr, SYMBOL_LOCAL), E_POINTER);
+    BSTR value = nullptr;
+    EXPECT_EQ(assist->LookupSymbol(W(u"x"), SYMBOL_LOCAL, nullptr, &value), E_POINTER);
+    EXPECT_EQ(assist->GetFlags(nullptr), E_POINTER);
+    EXPECT_EQ(assist->GetClassList(W(u""), nullptr), E_POINTER);
+    EXPECT_EQ(Assist2()->GetSymbols(1, nullptr), E_POINTER);
+    EXPECT_EQ(assist->QueryInterface(COM_IID_IVantleAssist, nullptr), E_POINTER);
+    EXPECT_EQ(assist->SetSymbol(W(u"nothing"), SYMBOL_LOCAL, nullptr), S_OK);  // a NULL value is empty
+}
+
+}  // namespace

@@ -98,14 +98,6 @@ public:
     // The object map's registry updater.
     static HRESULT UpdateRegistry(int doRegister);
 
-    // Observers for tests and tools.
-    unsigned long ReferenceCount() const { return m_cRef; }
-    int IncludeInherited() const { return m_includeInherited; }
-    bool HoldsTreeManager() const { return !m_pTNodeManager.IsNull(); }
-    bool HoldsClassCache() const { return !m_pClassCache.IsNull(); }
-    const utlWString& RelativeClassName() const { return m_relativeClassName; }
-    unsigned long ScopeDepth() const { return m_symbols.Depth(); }
-
 private:
     typedef utlAutoIf<COM_ITNodeManager, &COM_IID_ITNodeManager> TNodeManagerHolder;
     typedef utlAutoIf<COM_IClassCache, &COM_IID_IClassCache> ClassCacheHolder;

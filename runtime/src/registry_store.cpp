@@ -7,6 +7,8 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
 
 #include "kesto/registry.h"
 #include "registry_path.h"
@@ -84,6 +86,23 @@ private:
     int m_rc;
 };
 
+namespace {
+
+// SQLite takes a file too short to hold its header (a single byte, say) for an
+// empty database and writes a new one over it. Anything that is not empty must
+// therefore start with the database header before SQLite may open it.
+bool IsEmptyOrDatabase(const std::string& path) {
+    static const char kHeader[16] = {'S', 'Q', 'L', 'i', 't', 'e', ' ', 'f', 'o', 'r', 'm', 'a', 't', ' ', '3', 0};
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return true;  // missing: made on first use; unreadable: SQLite says why
+    char header[sizeof kHeader] = {};
+    file.read(header, sizeof header);
+    if (file.gcount() == 0) return true;
+    return file.gcount() == sizeof header && std::memcmp(header, kHeader, sizeof header) == 0;
+}
+
+}  // namespace
+
 HRESULT RegistryStore::Open(const std::string& path, OpenMode mode, std::unique_ptr<RegistryStore>* out) {
     out->reset();
     if (path.empty()) return REGDB_E_READREGDB;
@@ -95,6 +114,7 @@ HRESULT RegistryStore::Open(const std::string& path, OpenMode mode, std::unique_
         if (!MakeParentFolders(path)) return REGDB_E_READREGDB;
         flags |= SQLITE_OPEN_CREATE;
     }
+    if (!IsEmptyOrDatabase(path)) return REGDB_E_READREGDB;
     sqlite3* db = nullptr;
     int rc = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
     if (rc != SQLITE_OK) {

@@ -4,10 +4,17 @@
 #include <cstring>
 #include <memory>
 
-utlAutoBSTR::utlAutoBSTR(const utlAutoBSTR& other) : m_str(COM_SysAllocString(other.m_str)) {}
+namespace {
+
+// The whole string, embedded zeros included; NULL stays NULL.
+BSTR Duplicate(CBSTR s) { return s == nullptr ? nullptr : COM_SysAllocStringLen(s, COM_SysStringLen(s)); }
+
+}  // namespace
+
+utlAutoBSTR::utlAutoBSTR(const utlAutoBSTR& other) : m_str(Duplicate(other.m_str)) {}
 
 utlAutoBSTR& utlAutoBSTR::operator=(const utlAutoBSTR& other) {
-    if (this != std::addressof(other)) Attach(COM_SysAllocString(other.m_str));
+    if (this != std::addressof(other)) Attach(Duplicate(other.m_str));
     return *this;
 }
 

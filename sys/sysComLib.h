@@ -38,7 +38,8 @@ public:
     utlAutoBSTR() : m_str(nullptr) {}
     // Takes ownership of an existing BSTR.
     explicit utlAutoBSTR(BSTR owned) : m_str(owned) {}
-    // Copies duplicate the string (COM_SysAllocString); a failed copy holds NULL.
+    // Copies duplicate the whole string, embedded zeros included; a copy that
+    // cannot be allocated holds NULL.
     utlAutoBSTR(const utlAutoBSTR& other);
     utlAutoBSTR& operator=(const utlAutoBSTR& other);
     utlAutoBSTR(utlAutoBSTR&& other) noexcept : m_str(other.m_str) { other.m_str = nullptr; }

@@ -141,10 +141,24 @@ TEST_F(AutoBstrTest, OwnershipPassesExactlyOnce) {
     *slot = COM_SysAllocString(W("filled").c_str());
     EXPECT_EQ(Held(t), "filled");
 
-    utlAutoBSTR copied(t);
-    EXPECT_NE(copied.Get(), t.Get()) << "copies duplicate";
-    utlAutoBSTR moved(std::move(copied));
+    utlAutoBSTR moved(std::move(t));
+    EXPECT_TRUE(t.IsNull());
     EXPECT_EQ(Held(moved), "filled");
+}
+
+TEST_F(AutoBstrTest, CopiesDuplicateTheWholeString) {
+    const unsigned short units[] = {'a', 0, 'b'};
+    utlAutoBSTR s(COM_SysAllocStringLen(units, 3));
+    utlAutoBSTR copied(s);
+    EXPECT_NE(copied.Get(), s.Get());
+    EXPECT_EQ(Held(copied), "a\\u0000b");
+
+    utlAutoBSTR assigned = Holding("old");
+    const utlAutoBSTR null;
+    assigned = null;
+    EXPECT_TRUE(assigned.IsNull()) << "a NULL copy stays NULL";
+    assigned = s;
+    EXPECT_EQ(Held(assigned), "a\\u0000b");
 }
 
 TEST(sysMCHARzCmp, OrdersByBytesInMemoryThenByLength) {

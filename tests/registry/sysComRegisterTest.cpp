@@ -3,6 +3,7 @@
 // with its categories.
 #include <gtest/gtest.h>
 
+#include "assist/VantleAssistInterfaces.h"
 #include "registry/RecordingRegistry.h"
 #include "sys/sysComRegister.h"
 
@@ -326,6 +327,29 @@ TEST_F(RegisterServerTest, AnyFailureMakesTheResultOneAndTheWalkGoesOn) {
     EXPECT_EQ(sysRegisterObjectMap(s_map, 0), 1);
     EXPECT_EQ(s_updates, Calls({"A(0)", "B(0)"}));
     EXPECT_TRUE(m_scope.categoryCalls.empty());
+}
+
+// --- The library's own classes --------------------------------------------------
+
+TEST_F(RegisterServerTest, TheServiceRegistersItselfUnderItsName) {
+    const std::string service = GuidText(COM_CLSID_VantleAssist);
+    EXPECT_EQ(DllRegisterServer(), 0);
+    ASSERT_FALSE(m_scope.calls.empty());
+    EXPECT_EQ(std::count(m_scope.calls.begin(), m_scope.calls.end(), "SetStringValue(,VantleAssist)"), 2);
+    EXPECT_EQ(std::count(m_scope.calls.begin(), m_scope.calls.end(), "CreateKey(" + service + ",1)"), 1);
+    EXPECT_EQ(m_scope.calls.back(), "Close()");
+    EXPECT_TRUE(m_scope.categoryCalls.empty()) << "the service declares no categories";
+
+    m_scope.calls.clear();
+    m_scope.installCount = 2;
+    EXPECT_EQ(DllUnregisterServer(), 0) << "still installed elsewhere is not a failure";
+    EXPECT_EQ(m_scope.calls.back(), "Close()");
+}
+
+TEST_F(RegisterServerTest, ARegistryThatCannotBeMadeGivesOne) {
+    m_scope.createRegistryResult = REGDB_E_READREGDB;
+    EXPECT_EQ(DllRegisterServer(), 1);
+    EXPECT_EQ(DllUnregisterServer(), 1);
 }
 
 }  // namespace

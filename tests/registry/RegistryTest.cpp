@@ -350,6 +350,8 @@ protected:
 
 TEST_F(RegistryFileTest, AFileThatIsNotADatabaseStaysAsItWas) {
     ExpectRefusedAndUntouched("my notes, not a database\n");
+    ExpectRefusedAndUntouched("x");  // too short for a header: SQLite alone would take it as empty
+    ExpectRefusedAndUntouched(std::string("SQLite format 3\0", 16) + "cut short");
     ExpectRefusedAndUntouched(std::string(4096, '\0'));
 }
 

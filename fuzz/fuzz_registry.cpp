@@ -153,7 +153,7 @@ void CheckStoredValue(COM_IRegistry* registry, const Text16& name, const Value& 
         FUZZ_CHECK(registry->GetIntValue(name.c_str(), &number) == REGDB_E_INVALIDVALUE,
                    "a string value read as an integer");
     } else {
-        int number = expected.number + 1;
+        int number = ~expected.number;  // anything but the expected value
         FUZZ_CHECK(registry->GetIntValue(name.c_str(), &number) == S_OK && number == expected.number,
                    "an integer value does not read back as written");
     }

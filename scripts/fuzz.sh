@@ -48,10 +48,14 @@ run_target() {
     local target="$1"
     local exe="$build/fuzz/$target"
     local log="$out/$target.log"
+    local extra=()
     local corpus="$scratch/$target"
     local args=(-max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -print_final_stats=1
                 -artifact_prefix="$out/$target-")
     [ -f "$root/fuzz/$target.dict" ] && args+=(-dict="$root/fuzz/$target.dict")
+    # Extra libFuzzer flags of a target, one line (e.g. slow targets that want long
+    # inputs from the start).
+    [ -f "$root/fuzz/$target.options" ] && read -r -a extra < "$root/fuzz/$target.options" && args+=("${extra[@]}")
     mkdir -p "$corpus"
     if [ ! -x "$exe" ]; then
         echo "$target: no such fuzz target in $build/fuzz" >&2

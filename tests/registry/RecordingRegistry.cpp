@@ -50,99 +50,91 @@ public:
         if (SUCCEEDED(hr)) *count = RecordingScope::Current().subkeyCount;
         return hr;
     }
-    HRESULT Next(BSTR* name) override {
-        *name = nullptr;
-        return RecordingScope::Current().Record("Next()");
-    }
+    HRESULT Next(BSTR* name) override { return *name = nullptr, RecordingScope::Current().Record("Next()"); }
 
 private:
     void OnLastRelease() override { RecordingScope::Current().calls.push_back("Enum.Release"); }
 };
 
+std::string Arg(CBSTR text) { return Narrow(text); }
+std::string Arg(int number) { return std::to_string(number); }
+
+// Logs "Name(arg,arg)" and returns the scripted result.
+template <typename... Args>
+HRESULT Log(const char* name, Args... args) {
+    std::string call;
+    ((call += "," + Arg(args)), ...);
+    return RecordingScope::Current().Record(std::string(name) + "(" + (call.empty() ? call : call.substr(1)) + ")");
+}
+
 class RecordingRegistry final : public RecordingObject<COM_IRegistry> {
 public:
-    HRESULT OpenRoot(int root, CBSTR path) override {
-        return Scope().Record("OpenRoot(" + std::to_string(root) + "," + Narrow(path) + ")");
-    }
-    HRESULT Close() override { return Scope().Record("Close()"); }
-    HRESULT OpenKey(CBSTR name) override { return Scope().Record("OpenKey(" + Narrow(name) + ")"); }
-    HRESULT CreateKey(CBSTR name, int create) override {
-        return Scope().Record("CreateKey(" + Narrow(name) + "," + std::to_string(create) + ")");
-    }
-    HRESULT DeleteKey(CBSTR name) override { return Scope().Record("DeleteKey(" + Narrow(name) + ")"); }
-    HRESULT SetStringValue(CBSTR valueName, CBSTR value) override {
-        return Scope().Record("SetStringValue(" + Narrow(valueName) + "," + Narrow(value) + ")");
-    }
-    HRESULT GetStringValue(CBSTR valueName, BSTR* value) override {
-        *value = nullptr;
-        return Scope().Record("GetStringValue(" + Narrow(valueName) + ")");
-    }
-    HRESULT SetIntValue(CBSTR valueName, int value) override {
-        return Scope().Record("SetIntValue(" + Narrow(valueName) + "," + std::to_string(value) + ")");
-    }
-    HRESULT GetIntValue(CBSTR valueName, int* value) override {
-        HRESULT hr = Scope().Record("GetIntValue(" + Narrow(valueName) + ")");
-        if (FAILED(hr)) return hr;
-        if (!Scope().installCount) return S_FALSE;
-        *value = *Scope().installCount;
+    HRESULT OpenRoot(int root, CBSTR path) override { return Log("OpenRoot", root, path); }
+    HRESULT Close() override { return Log("Close"); }
+    HRESULT OpenKey(CBSTR name) override { return Log("OpenKey", name); }
+    HRESULT CreateKey(CBSTR name, int create) override { return Log("CreateKey", name, create); }
+    HRESULT DeleteKey(CBSTR name) override { return Log("DeleteKey", name); }
+    HRESULT SetStringValue(CBSTR name, CBSTR value) override { return Log("SetStringValue", name, value); }
+    HRESULT GetStringValue(CBSTR name, BSTR* value) override { return *value = nullptr, Log("GetStringValue", name); }
+    HRESULT SetIntValue(CBSTR name, int value) override { return Log("SetIntValue", name, value); }
+    HRESULT GetIntValue(CBSTR name, int* value) override {
+        HRESULT hr = Log("GetIntValue", name);
+        const std::optional<int>& count = RecordingScope::Current().installCount;
+        if (FAILED(hr) || !count) return FAILED(hr) ? hr : S_FALSE;
+        *value = *count;
         return S_OK;
     }
-    HRESULT DeleteValue(CBSTR valueName) override { return Scope().Record("DeleteValue(" + Narrow(valueName) + ")"); }
+    HRESULT DeleteValue(CBSTR name) override { return Log("DeleteValue", name); }
     HRESULT EnumSubkeys(COM_IRegistryEnum** out) override {
-        *out = nullptr;
-        HRESULT hr = Scope().Record("EnumSubkeys()");
-        if (SUCCEEDED(hr)) *out = new RecordingEnum;
+        HRESULT hr = Log("EnumSubkeys");
+        *out = SUCCEEDED(hr) ? new RecordingEnum : nullptr;
         return hr;
     }
-    HRESULT EnumValues(COM_IRegistryEnum** out) override {
-        *out = nullptr;
-        return Scope().Record("EnumValues()");
+    HRESULT EnumValues(COM_IRegistryEnum** out) override { return *out = nullptr, Log("EnumValues"); }
+    HRESULT GetValueKind(CBSTR name, int* kind) override {
+        return *kind = KESTO_REGISTRY_NONE, Log("GetValueKind", name);
     }
-    HRESULT GetValueKind(CBSTR valueName, int* kind) override {
-        *kind = KESTO_REGISTRY_NONE;
-        return Scope().Record("GetValueKind(" + Narrow(valueName) + ")");
-    }
-
-private:
-    static RecordingScope& Scope() { return RecordingScope::Current(); }
 };
 
 class RecordingCategories final : public RecordingObject<COM_ICatRegister> {
 public:
     HRESULT RegisterCategory(const COM_GUID& category, CBSTR) override {
-        return Scope().RecordCategoryCall("RegisterCategory(" + GuidText(category) + ")");
+        return Log("RegisterCategory(" + GuidText(category));
     }
     HRESULT RegisterClassInCategory(const COM_GUID* category, const COM_GUID& clsid) override {
-        return Scope().RecordCategoryCall("Register(" + GuidText(*category) + "," + GuidText(clsid) + ")");
+        return Log("Register(" + GuidText(*category) + "," + GuidText(clsid));
     }
     HRESULT UnregisterCategory(const COM_GUID& category) override {
-        return Scope().RecordCategoryCall("UnregisterCategory(" + GuidText(category) + ")");
+        return Log("UnregisterCategory(" + GuidText(category));
     }
     HRESULT UnregisterClassFromCategory(const COM_GUID* category, const COM_GUID& clsid) override {
-        return Scope().RecordCategoryCall("Unregister(" + GuidText(*category) + "," + GuidText(clsid) + ")");
+        return Log("Unregister(" + GuidText(*category) + "," + GuidText(clsid));
     }
 
 private:
-    static RecordingScope& Scope() { return RecordingScope::Current(); }
+    static HRESULT Log(const std::string& call) { return RecordingScope::Current().RecordCategoryCall(call + ")"); }
 };
 
-HRESULT MakeRecordingRegistry(const COM_GUID& iid, void** out) {
+// Makes a double of the given interface unless the scope scripts a failure.
+template <typename Double, typename Interface>
+HRESULT Make(HRESULT scripted, const COM_GUID& iid, const COM_GUID& expected, void** out) {
     *out = nullptr;
-    RecordingScope& scope = RecordingScope::Current();
-    if (FAILED(scope.createRegistryResult)) return scope.createRegistryResult;
-    if (!COM_IsEqualGUID(iid, COM_IID_IRegistry)) return E_NOINTERFACE;
-    *out = static_cast<COM_IRegistry*>(new RecordingRegistry);
+    if (FAILED(scripted)) return scripted;
+    if (!COM_IsEqualGUID(iid, expected)) return E_NOINTERFACE;
+    *out = static_cast<Interface*>(new Double);
     return S_OK;
 }
 
+HRESULT MakeRecordingRegistry(const COM_GUID& iid, void** out) {
+    return Make<RecordingRegistry, COM_IRegistry>(RecordingScope::Current().createRegistryResult, iid,
+                                                  COM_IID_IRegistry, out);
+}
+
 HRESULT MakeRecordingCategories(const COM_GUID& iid, void** out) {
-    *out = nullptr;
     RecordingScope& scope = RecordingScope::Current();
-    if (FAILED(scope.createCategoriesResult)) return scope.createCategoriesResult;
-    if (!COM_IsEqualGUID(iid, COM_IID_ICatRegister)) return E_NOINTERFACE;
-    ++scope.categoryManagersMade;
-    *out = static_cast<COM_ICatRegister*>(new RecordingCategories);
-    return S_OK;
+    HRESULT hr = Make<RecordingCategories, COM_ICatRegister>(scope.createCategoriesResult, iid, COM_IID_ICatRegister, out);
+    if (SUCCEEDED(hr)) ++scope.categoryManagersMade;
+    return hr;
 }
 
 }  // namespace

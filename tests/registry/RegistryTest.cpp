@@ -11,7 +11,6 @@
 
 namespace {
 
-using registry_test::Narrow;
 using registry_test::ReadFile;
 using registry_test::Ref;
 using registry_test::ScopedEnv;

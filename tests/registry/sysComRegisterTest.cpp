@@ -25,16 +25,13 @@ struct Optional {
     const char16_t* extensions = nullptr;
 };
 
-const unsigned short* OrNull(const std::optional<Wide>& text) { return text ? text->c_str() : nullptr; }
-
 HRESULT Update(int doRegister, const Optional& optional = Optional()) {
-    std::optional<Wide> display, description, moniker, extensions;
-    if (optional.displayName) display.emplace(optional.displayName);
-    if (optional.description) description.emplace(optional.description);
-    if (optional.monikerKey) moniker.emplace(optional.monikerKey);
-    if (optional.extensions) extensions.emplace(optional.extensions);
-    return g_theModule.UpdateRegistryClass(kClass, Wide(u"Tool"), 0, doRegister, OrNull(display),
-                                           OrNull(description), OrNull(moniker), OrNull(extensions));
+    auto text = [](const char16_t* given) { return given ? std::optional<Wide>(given) : std::nullopt; };
+    auto orNull = [](const std::optional<Wide>& given) -> CBSTR { return given ? CBSTR(*given) : nullptr; };
+    const auto display = text(optional.displayName), description = text(optional.description),
+               moniker = text(optional.monikerKey), extensions = text(optional.extensions);
+    return g_theModule.UpdateRegistryClass(kClass, Wide(u"Tool"), 0, doRegister, orNull(display),
+                                           orNull(description), orNull(moniker), orNull(extensions));
 }
 
 Calls Join(std::initializer_list<Calls> parts) {
@@ -75,19 +72,6 @@ protected:
 };
 
 TEST_F(UpdateRegistryClassTest, RegisteringWritesTheRecordsAndCountsInstallations) {
-    struct Case {
-        std::optional<int> countBefore;
-        int countAfter;
-    };
-    for (const Case& c : {Case{std::nullopt, 1}, Case{0, 1}, Case{1, 2}}) {
-        m_scope.calls.clear();
-        m_scope.installCount = c.countBefore;
-        EXPECT_EQ(Update(1), S_OK);
-        EXPECT_EQ(m_scope.calls, RegisterCalls(c.countAfter));
-    }
-}
-
-TEST_F(UpdateRegistryClassTest, OptionalRecordsAreWrittenOnlyWhenGiven) {
     const Calls display = Join({kOpenClassKey, {"CreateKey(DisplayName,1)", "SetStringValue(,Shown)", "Close()"}});
     const Calls description =
         Join({kOpenClassKey, {"CreateKey(Description,1)", "SetStringValue(,Says)", "Close()"}});
@@ -102,8 +86,12 @@ TEST_F(UpdateRegistryClassTest, OptionalRecordsAreWrittenOnlyWhenGiven) {
         const char* what;
         Optional optional;
         Calls records;
+        std::optional<int> countBefore = std::nullopt;
+        int countAfter = 1;
     };
     const Case cases[] = {
+        {"first time, count 0", {}, {}, 0, 1},
+        {"second time", {}, {}, 1, 2},
         {"display name", {u"Shown", nullptr, nullptr, nullptr}, display},
         {"description", {nullptr, u"Says", nullptr, nullptr}, description},
         {"both", {u"Shown", u"Says", nullptr, nullptr}, Join({display, description})},
@@ -113,50 +101,44 @@ TEST_F(UpdateRegistryClassTest, OptionalRecordsAreWrittenOnlyWhenGiven) {
     };
     for (const Case& c : cases) {
         m_scope.calls.clear();
+        m_scope.installCount = c.countBefore;
         EXPECT_EQ(Update(1, c.optional), S_OK) << c.what;
-        EXPECT_EQ(m_scope.calls, RegisterCalls(1, c.records)) << c.what;
+        EXPECT_EQ(m_scope.calls, RegisterCalls(c.countAfter, c.records)) << c.what;
     }
 }
 
-TEST_F(UpdateRegistryClassTest, UnregisteringWhileStillInstalledOnlyLowersTheCount) {
-    m_scope.installCount = 2;
-    EXPECT_EQ(Update(0), S_FALSE);
-    EXPECT_EQ(m_scope.calls, Join({kStart, kReadCount, {"SetIntValue(,1)", "Close()"}}));
-}
-
-TEST_F(UpdateRegistryClassTest, TheLastUnregistrationRemovesEverything) {
+TEST_F(UpdateRegistryClassTest, UnregisteringLowersTheCountAndTheLastRemovesEverything) {
+    const Calls moniker = {"OpenRoot(1,)", "CreateKey(Moniker,1)", "CreateKey(mk,1)", "DeleteValue(a)",
+                           "DeleteValue(b)"};
     struct Case {
         const char* what;
         std::optional<int> count;
         unsigned int otherClasses;
+        Optional optional;
+        HRESULT result;
         Calls calls;
     };
     const Case cases[] = {
-        {"last installation, no other class", 1, 0,
+        {"still installed: records and categories stay", 2, 0, {}, S_FALSE,
+         Join({kStart, kReadCount, {"SetIntValue(,1)", "Close()"}})},
+        {"last installation, no other class", 1, 0, {}, S_OK,
          Join({kStart, kReadCount, {"SetIntValue(,0)"}, kDeleteClassKey, kDeleteNameKey, kDeleteEmptyClsid, kEnd})},
-        {"last installation, other classes stay", 1, 3,
+        {"last installation, other classes stay", 1, 3, {}, S_OK,
          Join({kStart, kReadCount, {"SetIntValue(,0)"}, kDeleteClassKey, kDeleteNameKey, kEnd})},
-        {"never counted", std::nullopt, 0,
+        {"never counted", std::nullopt, 0, {}, S_OK,
          Join({kStart, kReadCount, kDeleteClassKey, kDeleteNameKey, kDeleteEmptyClsid, kEnd})},
-        {"count already 0", 0, 0, Join({kStart, kReadCount, kDeleteClassKey, kDeleteNameKey, kDeleteEmptyClsid, kEnd})},
+        {"count already 0", 0, 0, {}, S_OK,
+         Join({kStart, kReadCount, kDeleteClassKey, kDeleteNameKey, kDeleteEmptyClsid, kEnd})},
+        {"moniker values go", 1, 1, {u"Shown", u"Says", u"mk", u"a,b"}, S_OK,
+         Join({kStart, kReadCount, {"SetIntValue(,0)"}, kDeleteClassKey, moniker, kDeleteNameKey, kEnd})},
     };
     for (const Case& c : cases) {
         m_scope.calls.clear();
         m_scope.installCount = c.count;
         m_scope.subkeyCount = c.otherClasses;
-        EXPECT_EQ(Update(0), S_OK) << c.what;
+        EXPECT_EQ(Update(0, c.optional), c.result) << c.what;
         EXPECT_EQ(m_scope.calls, c.calls) << c.what;
     }
-}
-
-TEST_F(UpdateRegistryClassTest, TheLastUnregistrationRemovesMonikerValues) {
-    m_scope.installCount = 1;
-    m_scope.subkeyCount = 1;
-    EXPECT_EQ(Update(0, {u"Shown", u"Says", u"mk", u"a,b"}), S_OK);
-    const Calls moniker = {"OpenRoot(1,)", "CreateKey(Moniker,1)", "CreateKey(mk,1)", "DeleteValue(a)",
-                           "DeleteValue(b)"};
-    EXPECT_EQ(m_scope.calls,
-              Join({kStart, kReadCount, {"SetIntValue(,0)"}, kDeleteClassKey, moniker, kDeleteNameKey, kEnd}));
 }
 
 // Each call of each sequence fails in turn: the failure is returned as it is,
@@ -331,7 +313,7 @@ TEST_F(RegisterServerTest, AnyFailureMakesTheResultOneAndTheWalkGoesOn) {
 
 // --- The library's own classes --------------------------------------------------
 
-TEST_F(RegisterServerTest, TheServiceRegistersItselfUnderItsName) {
+TEST_F(RegisterServerTest, TheServiceRegistersItselfAndFailsWithoutARegistry) {
     const std::string service = GuidText(COM_CLSID_VantleAssist);
     EXPECT_EQ(DllRegisterServer(), 0);
     ASSERT_FALSE(m_scope.calls.empty());
@@ -340,13 +322,9 @@ TEST_F(RegisterServerTest, TheServiceRegistersItselfUnderItsName) {
     EXPECT_EQ(m_scope.calls.back(), "Close()");
     EXPECT_TRUE(m_scope.categoryCalls.empty()) << "the service declares no categories";
 
-    m_scope.calls.clear();
     m_scope.installCount = 2;
     EXPECT_EQ(DllUnregisterServer(), 0) << "still installed elsewhere is not a failure";
-    EXPECT_EQ(m_scope.calls.back(), "Close()");
-}
 
-TEST_F(RegisterServerTest, ARegistryThatCannotBeMadeGivesOne) {
     m_scope.createRegistryResult = REGDB_E_READREGDB;
     EXPECT_EQ(DllRegisterServer(), 1);
     EXPECT_EQ(DllUnregisterServer(), 1);

@@ -47,11 +47,9 @@ BSTR Allocate(const unsigned short* text, unsigned int length) {
     if (block == nullptr) return nullptr;
     std::memcpy(block, &bytes, sizeof bytes);
     auto* units = reinterpret_cast<unsigned short*>(block + sizeof(std::uint32_t));
-    if (text != nullptr) {
-        std::memcpy(units, text, bytes);
-    } else {
-        std::memset(units, 0, bytes);
-    }
+    // A NULL text reserves the units for the caller to fill: clearing them would cost
+    // as much again as the copy that every builder makes right after.
+    if (text != nullptr) std::memcpy(units, text, bytes);
     units[length] = 0;
     g_liveStrings.fetch_add(1, std::memory_order_relaxed);
     return units;

@@ -74,7 +74,8 @@ extern "C" {
 // Strings. Allocation failure gives NULL (or 0 from COM_SysReAllocString) and
 // never throws.
 KESTO_EXPORT BSTR COM_SysAllocString(const unsigned short* text);  // NULL text: NULL
-// A NULL text allocates `length` units left zero-filled for the caller to write.
+// A NULL text allocates `length` units left unset for the caller to write; the
+// terminator is written.
 // Lengths whose byte count does not fit the 32-bit prefix fail with NULL.
 KESTO_EXPORT BSTR COM_SysAllocStringLen(const unsigned short* text, unsigned int length);
 // Replaces *string by a copy of text and frees the old string; a NULL text leaves

@@ -5,9 +5,6 @@
 
 namespace {
 
-using fakes::TreeCall;
-
-const Text kTab = u"\t";
 
 class MembersTest : public AssistTest {
 protected:
@@ -26,7 +23,6 @@ protected:
         tree.Alias(u"Cart", u"Shop.Cart");
     }
 
-    // The list and result of one listing.
     Result List(bool extended, int flags, const char16_t* className = u"Cart") {
         BSTR out = reinterpret_cast<BSTR>(0x1);  // must be overwritten on every path
         MEMBER_FILTER_FLAGS f = static_cast<MEMBER_FILTER_FLAGS>(flags);
@@ -49,63 +45,50 @@ TEST_F(MembersTest, SendsTheKeywordQueryOfEachSection) {
     EXPECT_EQ(tree.Records().classNodes, (std::vector<Text>{u"Shop.Cart", u"Shop.Cart"}));
 }
 
-TEST_F(MembersTest, EntriesAreCommaTerminatedWithKindMarksInTheExtendedForm) {
-    InitializeWithTree();
-    EXPECT_EQ(List(false, 7), WithText(S_OK, u"New(,Compute(,Name,Secret,"));
-    Text marked = u"New(" + kTab + u"C,Compute(" + kTab + u"P,Name,Secret" + kTab + u"P,";
-    EXPECT_EQ(List(true, 7), WithText(S_OK, marked));
-    // Parameters carry no marks in either form.
-    EXPECT_EQ(List(true, 16).second, Text(u"MAXLEN,"));
-}
-
-TEST_F(MembersTest, PrivateClassMethodCarriesBothMarks) {
-    tree.AddClass(u"Shop.Cart").Method(u"M").Set(u"23", u"1").Set(u"14", u"0").Set(u"39", u"1");
-    InitializeWithTree();
-    EXPECT_EQ(List(false, 1).second, Text(u"New(,M(,"));
-    EXPECT_EQ(List(true, 1).second, u"New(" + kTab + u"C,M(" + kTab + u"CP,");
-}
-
-struct FlagCase {
+struct FormatCase {
+    const char* name;
     int flags;
-    const char16_t* plain;  // nullptr: no list at all
+    const char16_t* plain;     // nullptr: no list at all
+    const char16_t* extended;  // marks follow a tab: C class method, P private
 };
 
-class MemberFlagsTest : public MembersTest, public ::testing::WithParamInterface<FlagCase> {};
+class MemberFormatTest : public MembersTest, public ::testing::WithParamInterface<FormatCase> {};
 
-TEST_P(MemberFlagsTest, FlagsSelectKindsAndInternalMembers) {
+TEST_P(MemberFormatTest, ListsTheSelectedKindsInBothForms) {
+    const FormatCase& c = GetParam();
+    tree.AddClass(u"Shop.Cart").Method(u"M").Set(u"23", u"1").Set(u"14", u"0").Set(u"39", u"1");
     InitializeWithTree();
-    auto [hr, list] = List(false, GetParam().flags);
-    EXPECT_EQ(hr, S_OK);
-    if (GetParam().plain == nullptr) {
-        EXPECT_EQ(list, std::nullopt);
-    } else {
-        EXPECT_EQ(list, Text(GetParam().plain));
-    }
+    EXPECT_EQ(List(false, c.flags), Result(S_OK, Opt(c.plain)));
+    EXPECT_EQ(List(true, c.flags), Result(S_OK, Opt(c.extended)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Flags, MemberFlagsTest,
-                         ::testing::Values(FlagCase{0, nullptr}, FlagCase{1, u"New(,"}, FlagCase{2, u"Compute(,"},
-                                           FlagCase{4, u"Name,Secret,"}, FlagCase{8, nullptr},
-                                           FlagCase{10, u"Compute(,Hidden(,"},
-                                           FlagCase{12, u"Name,Secret,Cache,"}, FlagCase{16, u"MAXLEN,"},
-                                           FlagCase{24, u"MAXLEN,SECRETKEY,"},
-                                           FlagCase{31, u"New(,Compute(,Hidden(,Name,Secret,Cache,MAXLEN,SECRETKEY,"}));
+INSTANTIATE_TEST_SUITE_P(
+    Flags, MemberFormatTest,
+    ::testing::Values(
+        FormatCase{"None", 0, nullptr, nullptr}, FormatCase{"InternalAlone", 8, nullptr, nullptr},
+        FormatCase{"ClassMethods", 1, u"New(,M(,", u"New(\tC,M(\tCP,"},
+        FormatCase{"InstanceMethods", 2, u"Compute(,", u"Compute(\tP,"},
+        FormatCase{"Properties", 4, u"Name,Secret,", u"Name,Secret\tP,"},
+        FormatCase{"Default", 7, u"New(,Compute(,M(,Name,Secret,", u"New(\tC,Compute(\tP,M(\tCP,Name,Secret\tP,"},
+        FormatCase{"InternalMethods", 10, u"Compute(,Hidden(,", u"Compute(\tP,Hidden(,"},
+        FormatCase{"InternalProperties", 12, u"Name,Secret,Cache,", u"Name,Secret\tP,Cache,"},
+        FormatCase{"Parameters", 16, u"MAXLEN,", u"MAXLEN,"},
+        FormatCase{"InternalParameters", 24, u"MAXLEN,SECRETKEY,", u"MAXLEN,SECRETKEY,"},
+        FormatCase{"All", 31, u"New(,Compute(,Hidden(,M(,Name,Secret,Cache,MAXLEN,SECRETKEY,",
+                   u"New(\tC,Compute(\tP,Hidden(,M(\tCP,Name,Secret\tP,Cache,MAXLEN,SECRETKEY,"}),
+    ByName);
 
-TEST_F(MembersTest, OnlyInternalMethodsGiveNoListUnlessInternalIsAsked) {
+TEST_F(MembersTest, OnlyInternalOrOddMethodsGiveNoList) {
     fakes::FakeClass& hidden = tree.AddClass(u"Shop.Hidden");
     hidden.Method(u"A").Set(u"23", u"1").Set(u"14", u"1");
     hidden.Method(u"B").Set(u"23", u"0").Set(u"14", u"1");
-    InitializeWithTree();
-    EXPECT_EQ(List(false, 3, u"Shop.Hidden"), NoText(S_OK));
-    EXPECT_EQ(List(false, 11, u"Shop.Hidden").second, Text(u"A(,B(,"));
-}
-
-TEST_F(MembersTest, MethodKindOtherThanZeroOrOneIsNeverListed) {
     fakes::FakeClass& odd = tree.AddClass(u"Shop.Odd");
     odd.Method(u"Letter").Raw(u"1:x1:0");
     odd.Method(u"Two").Set(u"23", u"2").Set(u"14", u"0");
-    odd.Method(u"Short").Raw(u"1:");     // answer shorter than the positions read
+    odd.Method(u"Short").Raw(u"1:");  // answer shorter than the positions read
     InitializeWithTree();
+    EXPECT_EQ(List(false, 3, u"Shop.Hidden"), NoText(S_OK));
+    EXPECT_EQ(List(false, 11, u"Shop.Hidden").second, Text(u"A(,B(,"));
     EXPECT_EQ(List(false, 3, u"Shop.Odd"), NoText(S_OK));
     EXPECT_EQ(List(true, 11, u"Shop.Odd"), NoText(S_OK));
 }
@@ -114,7 +97,7 @@ TEST_F(MembersTest, SetFlagsPinsTheFilterUntilTheNextInitialize) {
     InitializeWithTree();
     ASSERT_EQ(assist->SetFlags(MEMBER_PROPERTIES), S_OK);
     EXPECT_EQ(List(false, 7).second, Text(u"Name,Secret,"));
-    EXPECT_EQ(List(true, 1).second, u"Name,Secret" + kTab + u"P,");
+    EXPECT_EQ(List(true, 1).second, Text(u"Name,Secret\tP,"));
     InitializeWithTree();
     EXPECT_EQ(List(false, 1).second, Text(u"New(,"));
 }
@@ -127,7 +110,7 @@ TEST_F(MembersTest, DatatypeClassNeedsItsFlag) {
     InitializeWithTree();
     EXPECT_EQ(List(false, 7, u"%Text"), NoText(S_FALSE));
     EXPECT_EQ(List(true, 7, u"%Text"), NoText(S_FALSE));
-    EXPECT_EQ(List(false, 7 | 32, u"%Text"), WithText(S_OK, u"IsValid(,"));
+    EXPECT_EQ(List(false, 7 | 32, u"%Text"), Result(S_OK, u"IsValid(,"));
     EXPECT_EQ(List(false, 4, u"Shop.Almost").second, Text(u"P,"));  // the comparison is exact
 }
 
@@ -147,6 +130,7 @@ struct FailureCase {
     unsigned long onCall;
     HRESULT expected;
     const char16_t* list;  // nullptr: no list
+    size_t sectionsOpened;
 };
 
 class MemberFailuresTest : public MembersTest, public ::testing::WithParamInterface<FailureCase> {};
@@ -154,50 +138,42 @@ class MemberFailuresTest : public MembersTest, public ::testing::WithParamInterf
 TEST_P(MemberFailuresTest, FailingWalkHandsOutWhatWasListedSoFar) {
     const FailureCase& c = GetParam();
     InitializeWithTree();
-    tree.Fail(c.call, c.hr, c.onCall);
-    auto [hr, list] = List(false, 31);
-    EXPECT_EQ(hr, c.expected);
-    if (c.list == nullptr) {
-        EXPECT_EQ(list, std::nullopt);
-    } else {
-        EXPECT_EQ(list, Text(c.list));
+    for (bool extended : {false, true}) {
+        tree.ClearFailures();
+        tree.Fail(c.call, c.hr, c.onCall);
+        size_t opened = tree.Records().children.size();
+        auto [hr, list] = List(extended, 31);
+        EXPECT_EQ(hr, c.expected);
+        if (!extended) { EXPECT_EQ(list, Opt(c.list)); }
+        EXPECT_EQ(tree.Records().children.size() - opened, c.sectionsOpened);  // later sections are skipped
     }
 }
-
-const HRESULT kTreeError = static_cast<HRESULT>(0x80670001);
 
 INSTANTIATE_TEST_SUITE_P(
     Failures, MemberFailuresTest,
     ::testing::Values(
-        FailureCase{"Normalize", TreeCall::kNormalizeName, TNODE_E_INVALIDCLASSNAME, 0, S_FALSE, nullptr},
-        FailureCase{"ClassNode", TreeCall::kGetClassNode, TNODE_E_CLASSNOTEXIST, 0, S_FALSE, nullptr},
-        FailureCase{"ClassType", TreeCall::kGetKeyword, kTreeError, 0, kTreeError, nullptr},
-        FailureCase{"OpenMethods", TreeCall::kOpenChildren, kTreeError, 1, kTreeError, nullptr},
-        FailureCase{"OpenProperties", TreeCall::kOpenChildren, kTreeError, 2, kTreeError, u"New(,Compute(,Hidden(,"},
-        FailureCase{"SecondNext", TreeCall::kNext, kTreeError, 2, kTreeError, u"New(,"},
-        FailureCase{"FirstPropertyNext", TreeCall::kNext, kTreeError, 5, kTreeError, u"New(,Compute(,Hidden(,"},
+        FailureCase{"Normalize", TreeCall::kNormalizeName, TNODE_E_INVALIDCLASSNAME, 0, S_FALSE, nullptr, 0},
+        FailureCase{"ClassNode", TreeCall::kGetClassNode, TNODE_E_CLASSNOTEXIST, 0, S_FALSE, nullptr, 0},
+        FailureCase{"ClassType", TreeCall::kGetKeyword, kTreeError, 0, kTreeError, nullptr, 0},
+        FailureCase{"OpenMethods", TreeCall::kOpenChildren, kTreeError, 1, kTreeError, nullptr, 1},
+        FailureCase{"OpenProperties", TreeCall::kOpenChildren, kTreeError, 2, kTreeError, u"New(,Compute(,Hidden(,", 2},
+        FailureCase{"SecondNext", TreeCall::kNext, kTreeError, 2, kTreeError, u"New(,", 1},
+        FailureCase{"FirstPropertyNext", TreeCall::kNext, kTreeError, 5, kTreeError, u"New(,Compute(,Hidden(,", 2},
         FailureCase{"ParameterNext", TreeCall::kNext, E_OUTOFMEMORY, 10, E_OUTOFMEMORY,
-                    u"New(,Compute(,Hidden(,Name,Secret,Cache,MAXLEN,"}),
-    [](const auto& info) { return std::string(info.param.name); });
+                    u"New(,Compute(,Hidden(,Name,Secret,Cache,MAXLEN,", 3}),
+    ByName);
 
-TEST_F(MembersTest, FailingWalkStopsLaterSections) {
-    InitializeWithTree();
-    tree.Fail(TreeCall::kNext, kTreeError, 2);
-    List(true, 31);
-    EXPECT_EQ(tree.Records().children.size(), 1u);
-}
-
-TEST_F(MembersTest, UnknownClassAndMissingTreeGiveNoAnswer) {
+TEST_F(MembersTest, UnknownClassMissingTreeAndBadArguments) {
     EXPECT_EQ(List(false, 7), NoText(S_FALSE));
     EXPECT_TRUE(tree.Records().normalize.empty());
     InitializeWithTree();
     EXPECT_EQ(List(true, 7, u"Nowhere"), NoText(S_FALSE));
-}
-
-TEST_F(MembersTest, NodeThatNeverArrivesRaisesTheHolderException) {
-    InitializeWithTree();
-    tree.Fail(TreeCall::kGetClassNode, S_OK);
+    EXPECT_EQ(assist->GetClassMembers(W(u"Cart"), MEMBER_PROPERTIES, nullptr), E_POINTER);
     BSTR out = nullptr;
+    EXPECT_EQ(Assist3()->GetClassMembersEx(nullptr, MEMBER_PROPERTIES, &out), E_POINTER);
+    EXPECT_EQ(out, nullptr);
+    // A node or collection that never arrives raises the holder's exception.
+    tree.Fail(TreeCall::kGetClassNode, S_OK);
     EXPECT_THROW(assist->GetClassMembers(W(u"Cart"), MEMBER_PROPERTIES, &out), utlAutoIfBase::XBadPtrException);
     tree.ClearFailures();
     tree.Fail(TreeCall::kOpenChildren, S_OK, 2);
@@ -208,31 +184,17 @@ TEST_F(MembersTest, NodeThatNeverArrivesRaisesTheHolderException) {
 TEST_F(MembersTest, ExhaustedStringsNeverLeakOrCrash) {
     InitializeWithTree();
     Text full = List(true, 31).second.value();
-    for (unsigned long skip = 0;; ++skip) {
-        KESTO_FaultInjectStrings(skip, 1);
-        auto [hr, list] = List(true, 31);
-        bool injected = KESTO_FaultInjectedFailures() > 0;
-        KESTO_FaultInjectStrings(0, 0);
-        if (!injected) {
-            EXPECT_EQ(list, full);
-            break;
-        }
-        // Either the tree could not answer (no answer, or its failure passed on) or
-        // one append was dropped; the list never grows beyond the full one.
-        EXPECT_TRUE(hr == S_OK || hr == S_FALSE || hr == E_OUTOFMEMORY) << skip;
-        if (list) {
-            EXPECT_LE(list->size(), full.size()) << skip;
-        }
-        ASSERT_LT(skip, 500u);
-    }
-}
-
-TEST_F(MembersTest, BadArgumentsAreRefused) {
-    InitializeWithTree();
-    EXPECT_EQ(assist->GetClassMembers(W(u"Cart"), MEMBER_PROPERTIES, nullptr), E_POINTER);
-    BSTR out = nullptr;
-    EXPECT_EQ(Assist3()->GetClassMembersEx(nullptr, MEMBER_PROPERTIES, &out), E_POINTER);
-    EXPECT_EQ(out, nullptr);
+    Result clean = UnderStringFailures([&] { return List(true, 31); },
+                                       [&](const Result& result, unsigned long skip) {
+                                           // No answer, the tree's failure, or one append dropped.
+                                           HRESULT hr = result.first;
+                                           EXPECT_TRUE(hr == S_OK || hr == S_FALSE || hr == E_OUTOFMEMORY) << skip;
+                                           if (result.second) {
+                                               EXPECT_LE(result.second->size(), full.size()) << skip;
+                                           }
+                                       },
+                                       500);
+    EXPECT_EQ(clean.second, full);
 }
 
 }  // namespace

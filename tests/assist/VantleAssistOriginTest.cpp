@@ -5,9 +5,6 @@
 
 namespace {
 
-using fakes::TreeCall;
-
-const HRESULT kTreeError = static_cast<HRESULT>(0x80670001);
 
 class OriginTest : public AssistTest {
 protected:
@@ -22,8 +19,7 @@ protected:
         tree.Alias(u"Cart", u"Shop.Cart");
     }
 
-    Result Origin(const char16_t* member, int kind,
-                                                   const char16_t* className = u"Cart") {
+    Result Origin(const char16_t* member, int kind, const char16_t* className = u"Cart") {
         BSTR origin = reinterpret_cast<BSTR>(0x1);
         HRESULT hr = Assist2()->GetMemberOrigin(W(className), W(member), static_cast<SYMBOL_KIND>(kind), &origin);
         return {hr, Take(origin)};
@@ -43,14 +39,10 @@ class OriginKindsTest : public OriginTest, public ::testing::WithParamInterface<
 TEST_P(OriginKindsTest, KindChoosesTheChildrenSearched) {
     const KindCase& c = GetParam();
     InitializeWithTree();
-    auto [hr, origin] = Origin(c.member, c.kind);
-    EXPECT_EQ(hr, c.expected);
-    EXPECT_EQ(origin, c.origin == nullptr ? std::nullopt : std::optional<Text>(c.origin));
-    if (c.childKind == nullptr) {
-        EXPECT_TRUE(tree.Records().children.empty());
-    } else {
-        EXPECT_EQ(tree.Records().children, (std::vector<fakes::ChildrenRequest>{{c.childKind, u"1:2", 1}}));
-    }
+    EXPECT_EQ(Origin(c.member, c.kind), Result(c.expected, Opt(c.origin)));
+    std::vector<fakes::ChildrenRequest> asked;
+    if (c.childKind != nullptr) asked.push_back({c.childKind, u"1:2", 1});
+    EXPECT_EQ(tree.Records().children, asked);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, OriginKindsTest,
@@ -76,6 +68,7 @@ struct FailureCase {
     const char* name;
     TreeCall call;
     unsigned long onCall;
+    const char16_t* className;
     HRESULT expected;
 };
 
@@ -84,35 +77,29 @@ class OriginFailuresTest : public OriginTest, public ::testing::WithParamInterfa
 TEST_P(OriginFailuresTest, TreeCodesArePassedOn) {
     const FailureCase& c = GetParam();
     InitializeWithTree();
-    tree.Fail(c.call, kTreeError, c.onCall);
-    EXPECT_EQ(Origin(u"Total", 4), NoText(c.expected));
+    if (c.onCall != 0) tree.Fail(c.call, kTreeError, c.onCall);
+    EXPECT_EQ(Origin(u"Total", 4, c.className), NoText(c.expected));
 }
 
-INSTANTIATE_TEST_SUITE_P(Failures, OriginFailuresTest,
-                         ::testing::Values(FailureCase{"Normalize", TreeCall::kNormalizeName, 0, kTreeError},
-                                           FailureCase{"ClassNode", TreeCall::kGetClassNode, 0, kTreeError},
-                                           FailureCase{"FirstNext", TreeCall::kNext, 1, kTreeError},
-                                           FailureCase{"NextBeforeMatch", TreeCall::kNext, 2, kTreeError}),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Failures, OriginFailuresTest,
+    ::testing::Values(FailureCase{"Normalize", TreeCall::kNormalizeName, 1, u"Cart", kTreeError},
+                      FailureCase{"ClassNode", TreeCall::kGetClassNode, 1, u"Cart", kTreeError},
+                      FailureCase{"UnknownClass", TreeCall::kNext, 0, u"Nowhere", TNODE_E_CLASSNOTEXIST},
+                      FailureCase{"FirstNext", TreeCall::kNext, 1, u"Cart", kTreeError},
+                      FailureCase{"NextBeforeMatch", TreeCall::kNext, 2, u"Cart", kTreeError}),
+    ByName);
 
-TEST_F(OriginTest, UnknownClassReportsTheTreesCode) {
-    InitializeWithTree();
-    EXPECT_EQ(Origin(u"Save", 4, u"Nowhere"), NoText(TNODE_E_CLASSNOTEXIST));
-}
-
-TEST_F(OriginTest, NoCollectionRaisesTheHolderException) {
+TEST_F(OriginTest, NoTreeBadPointerAndNoCollection) {
+    EXPECT_EQ(Origin(u"Save", 4), NoText(S_FALSE));
+    EXPECT_TRUE(tree.Records().normalize.empty());
+    EXPECT_EQ(Assist2()->GetMemberOrigin(W(u"Cart"), W(u"Save"), SYMBOL_MEMBERMETHOD, nullptr), E_POINTER);
     InitializeWithTree();
     tree.Fail(TreeCall::kOpenChildren, kTreeError);
     BSTR origin = reinterpret_cast<BSTR>(0x1);
     EXPECT_THROW(Assist2()->GetMemberOrigin(W(u"Cart"), W(u"Save"), SYMBOL_MEMBERMETHOD, &origin),
                  utlAutoIfBase::XBadPtrException);
     EXPECT_EQ(origin, nullptr);
-}
-
-TEST_F(OriginTest, WithoutATreeNothingIsAsked) {
-    EXPECT_EQ(Origin(u"Save", 4), NoText(S_FALSE));
-    EXPECT_TRUE(tree.Records().normalize.empty());
-    EXPECT_EQ(Assist2()->GetMemberOrigin(W(u"Cart"), W(u"Save"), SYMBOL_MEMBERMETHOD, nullptr), E_POINTER);
 }
 
 }  // namespace

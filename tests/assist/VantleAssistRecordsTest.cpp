@@ -6,12 +6,7 @@
 
 namespace {
 
-struct PieceCase {
-    const char16_t* text;
-    int from;
-    const char16_t* piece;
-    int position;
-};
+struct PieceCase { const char16_t* text; int from; const char16_t* piece; int position; };
 
 class TNodePieceTest : public ::testing::TestWithParam<PieceCase> {};
 
@@ -39,15 +34,11 @@ INSTANTIATE_TEST_SUITE_P(
                       PieceCase{u"1:a", -3, u"", -3},          // a position before the text
                       PieceCase{u"99999999999:x", 0, u"x", 0x7FFFFFFF}));  // no wrap-around
 
-TEST(TNodePiece, NullTextReadsAsEmpty) {
+TEST(TNodePiece, NullTextReadsAsEmptyAndAllocationFailureGivesNull) {
     int position = 0;
     EXPECT_EQ(Take(TNodePiece(nullptr, position)), Text());
     EXPECT_EQ(position, 0);
-}
-
-TEST(TNodePiece, AllocationFailureGivesNull) {
     W text(u"1:a");
-    int position = 0;
     KESTO_FaultInjectStrings(0, 1);
     BSTR piece = TNodePiece(text, position);
     KESTO_FaultInjectStrings(0, 0);
@@ -55,11 +46,7 @@ TEST(TNodePiece, AllocationFailureGivesNull) {
 }
 
 struct TokenCase {
-    const char16_t* text;
-    char16_t separator;
-    unsigned long start;
-    const char16_t* item;
-    unsigned long next;
+    const char16_t* text; char16_t separator; unsigned long start; const char16_t* item; unsigned long next;
 };
 
 class TokenizeTest : public ::testing::TestWithParam<TokenCase> {};

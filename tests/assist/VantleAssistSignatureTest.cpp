@@ -5,9 +5,7 @@
 
 namespace {
 
-using fakes::TreeCall;
 
-const HRESULT kTreeError = static_cast<HRESULT>(0x80670001);
 const char16_t kSaveSpec[] =
     u"(pName:%Text=\"abc\",&pCount:%Count,*pOut:%Items,pLen:%Text(SIZE=50),pX=5,pY=$now)";
 const char16_t kSaveSignature[] =
@@ -16,9 +14,7 @@ const char16_t kSaveSignature[] =
 
 struct Parts {
     HRESULT hr;
-    std::optional<Text> before;
-    std::optional<Text> current;
-    std::optional<Text> after;
+    std::optional<Text> before, current, after;
     bool operator==(const Parts&) const = default;
 };
 
@@ -28,41 +24,21 @@ protected:
         AssistTest::SetUp();
         fakes::FakeClass& cart = tree.AddClass(u"Shop.Cart");
         cart.Method(u"Save").Set(u"42", u"%Result").Set(u"27", kSaveSpec);
-        cart.Method(u"Save").Set(u"42", u"%Other");  // a second one of the same name
+        cart.Method(u"Save").Set(u"42", u"%Other");  // a second one of the same name never wins
         tree.Alias(u"Cart", u"Shop.Cart");
     }
 
     Parts Signature(const char16_t* method, unsigned long argument, const char16_t* className = u"Cart") {
-        BSTR before = reinterpret_cast<BSTR>(0x1);
-        BSTR current = reinterpret_cast<BSTR>(0x1);
-        BSTR after = reinterpret_cast<BSTR>(0x1);
+        BSTR before = reinterpret_cast<BSTR>(0x1), current = before, after = before;
         HRESULT hr = assist->GetMethodSignature(W(className), W(method), argument, &before, &current, &after);
         return {hr, Take(before), Take(current), Take(after)};
     }
-
-    // The whole signature of a method M with the given spec and return type.
-    Text Render(const char16_t* spec, const char16_t* returnType = u"") {
-        tree.AddClass(u"Shop.Form").Method(u"M").Set(u"42", returnType).Set(u"27", spec);
-        Parts parts = Signature(u"M", 0, u"Shop.Form");
-        EXPECT_EQ(parts.hr, S_OK);
-        return parts.before.value_or(u"<null>");
-    }
 };
 
-void PrintTo(const Parts& parts, std::ostream* os) {
-    auto show = [](const std::optional<Text>& text) { return text ? "\"" + Narrow(*text) + "\"" : "NULL"; };
-    *os << "{hr " << std::hex << parts.hr << std::dec << ", " << show(parts.before) << ", " << show(parts.current)
-        << ", " << show(parts.after) << "}";
-}
-
-TEST_F(SignatureTest, WorkedExampleWhole) {
+TEST_F(SignatureTest, WorkedExampleWholeAndSplitAroundOneArgument) {
     InitializeWithTree();
     EXPECT_EQ(Signature(u"Save", 0), (Parts{S_OK, kSaveSignature, std::nullopt, std::nullopt}));
     EXPECT_EQ(tree.Records().children, (std::vector<fakes::ChildrenRequest>{{u"m", u"2:422:27", 1}}));
-}
-
-TEST_F(SignatureTest, WorkedExampleSplitAroundOneArgument) {
-    InitializeWithTree();
     EXPECT_EQ(Signature(u"Save", 3),
               (Parts{S_OK, u"Save(pName As %Text = \"abc\",ByRef pCount As %Count,", u"Output pOut As %Items",
                      u",pLen As %Text(SIZE=50),pX = 5,pY = {$now}) As %Result"}));
@@ -88,8 +64,9 @@ struct RenderCase {
 class RenderTest : public SignatureTest, public ::testing::WithParamInterface<RenderCase> {};
 
 TEST_P(RenderTest, RendersTheFormalSpec) {
+    tree.AddClass(u"Shop.Form").Method(u"M").Set(u"42", GetParam().returnType).Set(u"27", GetParam().spec);
     InitializeWithTree();
-    EXPECT_EQ(Render(GetParam().spec, GetParam().returnType), Text(GetParam().shown));
+    EXPECT_EQ(Signature(u"M", 0, u"Shop.Form"), (Parts{S_OK, GetParam().shown, std::nullopt, std::nullopt}));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -112,19 +89,13 @@ INSTANTIATE_TEST_SUITE_P(
                       RenderCase{"EmptyArgumentStops", u"a,,b", u"", u"M(a,)"},
                       RenderCase{"ColonWithoutType", u"a:=5", u"", u"M(a = 5)"},
                       RenderCase{"ModeOnly", u"&", u"", u"M(ByRef )"}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(SignatureTest, FirstOfTwoSameNamedMethodsWins) {
-    InitializeWithTree();
-    Parts parts = Signature(u"Save", 0);
-    ASSERT_TRUE(parts.before);
-    EXPECT_EQ(parts.before->substr(parts.before->size() - 7), u"%Result");
-}
+    ByName);
 
 struct FailureCase {
     const char* name;
+    bool initialized;
     TreeCall call;
-    unsigned long onCall;
+    unsigned long onCall;  // 0: no failure
     const char16_t* method;
     HRESULT expected;
 };
@@ -133,43 +104,36 @@ class SignatureFailuresTest : public SignatureTest, public ::testing::WithParamI
 
 TEST_P(SignatureFailuresTest, OutputsComeFromTheEmptySignature) {
     const FailureCase& c = GetParam();
-    InitializeWithTree();
-    if (c.onCall != 0) tree.Fail(c.call, kTreeError, c.onCall);
-    EXPECT_EQ(Signature(c.method, 0), (Parts{c.expected, u"", std::nullopt, std::nullopt}));
-    tree.ClearFailures();
-    if (c.onCall != 0) tree.Fail(c.call, kTreeError, c.onCall);
-    EXPECT_EQ(Signature(c.method, 2), (Parts{c.expected, u"", u"", u""}));
+    if (c.initialized) InitializeWithTree();
+    for (unsigned long argument : {0ul, 2ul}) {
+        tree.ClearFailures();
+        if (c.onCall != 0) tree.Fail(c.call, kTreeError, c.onCall);
+        Parts expected = argument == 0 ? Parts{c.expected, u"", {}, {}} : Parts{c.expected, u"", u"", u""};
+        EXPECT_EQ(Signature(c.method, argument), expected);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Failures, SignatureFailuresTest,
-    ::testing::Values(FailureCase{"Normalize", TreeCall::kNormalizeName, 1, u"Save", S_FALSE},
-                      FailureCase{"ClassNode", TreeCall::kGetClassNode, 1, u"Save", S_FALSE},
-                      FailureCase{"OpenChildren", TreeCall::kOpenChildren, 1, u"Save", kTreeError},
-                      FailureCase{"NextBeforeMatch", TreeCall::kNext, 1, u"Save", S_FALSE},
-                      FailureCase{"NoSuchMethod", TreeCall::kNext, 0, u"save", S_FALSE}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ::testing::Values(FailureCase{"NoTree", false, TreeCall::kNext, 0, u"Save", S_FALSE},
+                      FailureCase{"Normalize", true, TreeCall::kNormalizeName, 1, u"Save", S_FALSE},
+                      FailureCase{"ClassNode", true, TreeCall::kGetClassNode, 1, u"Save", S_FALSE},
+                      FailureCase{"OpenChildren", true, TreeCall::kOpenChildren, 1, u"Save", kTreeError},
+                      FailureCase{"NextBeforeMatch", true, TreeCall::kNext, 1, u"Save", S_FALSE},
+                      FailureCase{"NoSuchMethod", true, TreeCall::kNext, 0, u"save", S_FALSE}),
+    ByName);
 
-TEST_F(SignatureTest, WithoutATreeTheOutputsAreStillWritten) {
-    EXPECT_EQ(Signature(u"Save", 0), (Parts{S_FALSE, u"", std::nullopt, std::nullopt}));
-    EXPECT_EQ(Signature(u"Save", 1), (Parts{S_FALSE, u"", u"", u""}));
+TEST_F(SignatureTest, BadPointersAndExhaustedStrings) {
     BSTR before = nullptr;
     EXPECT_EQ(assist->GetMethodSignature(W(u"Cart"), W(u"Save"), 1, &before, nullptr, nullptr), E_POINTER);
     EXPECT_EQ(assist->GetMethodSignature(W(u"Cart"), W(u"Save"), 0, &before, nullptr, nullptr), S_FALSE);
     EXPECT_EQ(Take(before), Text());
-}
-
-TEST_F(SignatureTest, ExhaustedStringsNeverLeakOrCrash) {
     InitializeWithTree();
-    for (unsigned long skip = 0;; ++skip) {
-        KESTO_FaultInjectStrings(skip, 1);
-        Parts parts = Signature(u"Save", 3);
-        bool injected = KESTO_FaultInjectedFailures() > 0;
-        KESTO_FaultInjectStrings(0, 0);
-        if (!injected) break;
-        EXPECT_TRUE(parts.hr == S_OK || parts.hr == S_FALSE || parts.hr == E_OUTOFMEMORY) << skip;
-        ASSERT_LT(skip, 200u);
-    }
+    UnderStringFailures([&] { return Signature(u"Save", 3); },
+                        [](const Parts& parts, unsigned long skip) {
+                            EXPECT_TRUE(parts.hr == S_OK || parts.hr == S_FALSE || parts.hr == E_OUTOFMEMORY) << skip;
+                        },
+                        200);
 }
 
 }  // namespace

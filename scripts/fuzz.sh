@@ -31,16 +31,20 @@ for tool in clang-14 clang++-14; do
     fi
 done
 
-cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
-    -DVANTLE_BUILD_FUZZ=ON -DVANTLE_BUILD_TESTS=OFF -DVANTLE_BUILD_BENCH=OFF >/dev/null
-cmake --build "$build" -j2 >/dev/null
+mkdir -p "$out"
+if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+           -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
+           -DVANTLE_BUILD_FUZZ=ON -DVANTLE_BUILD_TESTS=OFF -DVANTLE_BUILD_BENCH=OFF &&
+       cmake --build "$build" -j2; } >"$out/build.log" 2>&1; then
+    echo "fuzz.sh: the fuzz build failed; the end of $out/build.log:" >&2
+    tail -n 30 "$out/build.log" >&2
+    exit 1
+fi
 
 if [ "$#" -eq 0 ]; then
     set -- $(cd "$build/fuzz" && ls fuzz_* | sort)
 fi
 
-mkdir -p "$out"
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 

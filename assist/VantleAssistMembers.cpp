@@ -45,10 +45,16 @@ HRESULT WalkSection(NodeHolder& node, const Section& section, int includeInherit
 
 // Failed appends are dropped one by one: the list keeps what it had and the walk
 // goes on, so a short list is the worst an exhausted allocator causes here.
-void AppendEntry(utlAutoBSTR& list, const utlAutoBSTR& entry) {
-    if (entry.Length() == 0) return;
-    list.Append(entry);
+void AppendEntry(utlAutoBSTR& list, const utlWString& entry) {
+    if (entry.empty()) return;
+    list.Append(entry.data(), entry.size());
     list.Append(S_A_String0004);
+}
+
+// An extended entry is assembled in one reused buffer, so that the list's own
+// exact-length growth is the only string allocation per entry.
+void StartEntry(utlWString& entry, const utlAutoBSTR& name) {
+    entry.assign(utlOrEmpty(name), name.Length());
 }
 
 }  // namespace
@@ -82,6 +88,7 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
     // Whatever was listed before a failing walk still goes to the caller; an
     // exception passing through frees it instead.
     utlAutoBSTR list;
+    utlWString entry;
 
     if (IsSet(flags, MEMBER_CLASSMETHODS) || IsSet(flags, MEMBER_INSTANCEMETHODS)) {
         Section methods{TNODEclassmethod,
@@ -101,12 +108,11 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
                                  return;
                              }
                              bool isPrivate = utlValueAt(values, kThirdValue) == '1';
-                             utlAutoBSTR entry;
-                             entry.Append(name);
-                             entry.Append(S_A_String0009);
-                             if (classMethod == '1' || isPrivate) entry.Append(S_A_String0021);
-                             if (classMethod == '1') entry.Append(S_A_String0022);
-                             if (isPrivate) entry.Append(S_A_String0024);
+                             StartEntry(entry, name);
+                             entry += S_A_String0009;
+                             if (classMethod == '1' || isPrivate) entry += S_A_String0021;
+                             if (classMethod == '1') entry += S_A_String0022;
+                             if (isPrivate) entry += S_A_String0024;
                              AppendEntry(list, entry);
                          });
         if (FAILED(hr)) {
@@ -127,11 +133,10 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
                                  list.Append(S_A_String0004);
                                  return;
                              }
-                             utlAutoBSTR entry;
-                             entry.Append(name);
+                             StartEntry(entry, name);
                              if (utlValueAt(values, kSecondValue) == '1') {
-                                 entry.Append(S_A_String0021);
-                                 entry.Append(S_A_String0024);
+                                 entry += S_A_String0021;
+                                 entry += S_A_String0024;
                              }
                              AppendEntry(list, entry);
                          });

@@ -36,6 +36,15 @@ void CheckArguments(const unsigned short* name, SYMBOL_KIND kind) {
 
 }  // namespace
 
+std::size_t CSymbolTable::NameHash::operator()(NameView name) const {
+    std::size_t hash = 14695981039346656037ull;  // FNV-1a over the units
+    for (unsigned short unit : name) {
+        hash ^= unit;
+        hash *= 1099511628211ull;
+    }
+    return hash;
+}
+
 CSymbolTable::CSymbolTable(ParserLanguage language, CSymbolTable* parent)
     : m_parent(parent), m_language(language) {}
 
@@ -51,6 +60,12 @@ HRESULT CSymbolTable::SetSymbol(const unsigned short* name, SYMBOL_KIND kind, co
         if (found == m_symbols.end()) {
             auto symbol = std::make_unique<CSymbol>();
             found = m_symbols.emplace(std::move(key), symbol.get()).first;
+            try {
+                m_index.emplace(ViewOf(found->first), symbol.get());
+            } catch (...) {
+                m_symbols.erase(found);
+                throw;
+            }
             symbol.release();
         }
         return found->second->SetSymbol(kind, value);
@@ -63,9 +78,10 @@ HRESULT CSymbolTable::LookupSymbol(const unsigned short* name, SYMBOL_KIND kind,
         CheckArguments(name, kind);
         if (value == nullptr) throw static_cast<int>(E_POINTER);
         utlAutoBSTR key = OwnedName(name);
+        const NameView wanted = ViewOf(key);
         for (CSymbolTable* scope = this; scope != nullptr; scope = scope->m_parent) {
-            auto found = scope->m_symbols.find(key);
-            if (found == scope->m_symbols.end()) continue;
+            auto found = scope->m_index.find(wanted);
+            if (found == scope->m_index.end()) continue;
             HRESULT hr = found->second->LookupSymbol(kind, value);
             if (FAILED(hr)) throw static_cast<int>(hr);
             if (hr == S_OK) {
@@ -85,6 +101,7 @@ HRESULT CSymbolTable::RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind)
         auto found = m_symbols.find(key);
         if (found == m_symbols.end()) return S_OK;
         if (found->second->RemoveSymbol(kind)) return S_OK;
+        m_index.erase(ViewOf(found->first));
         delete found->second;
         m_symbols.erase(found);
         return S_OK;

@@ -14,9 +14,12 @@
 #ifndef VANTLE_SYMBOLS_SYMBOLTABLE_H_
 #define VANTLE_SYMBOLS_SYMBOLTABLE_H_
 
+#include <cstddef>
 #include <deque>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 #include "assist/VantleAssistInterfaces.h"
 #include "sys/sysComLib.h"
@@ -77,7 +80,17 @@ public:
     unsigned long Size() const { return m_symbols.size(); }
 
 private:
+    typedef std::basic_string_view<unsigned short> NameView;
+    struct NameHash {
+        std::size_t operator()(NameView name) const;
+    };
+    static NameView ViewOf(const utlAutoBSTR& name) { return NameView(name.Get(), name.Length()); }
+
     std::map<utlAutoBSTR, CSymbol*> m_symbols;
+    // The same symbols by name, for lookups: a lookup that walks out through many
+    // scopes probes each once instead of descending each ordered map. The views
+    // point into the map's own key strings, which never move.
+    std::unordered_map<NameView, CSymbol*, NameHash> m_index;
     CSymbolTable* m_parent;
     ParserLanguage m_language;
 };

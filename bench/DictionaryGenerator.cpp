@@ -43,15 +43,15 @@ void AppendField(std::string& out, const char* key, const std::string& value) {
 }  // namespace
 
 std::string GeneratedFormalSpec(unsigned arguments) {
-    std::string spec;
+    std::string formalSpec;
     constexpr unsigned kForms = sizeof kArgumentForms / sizeof kArgumentForms[0];
     for (unsigned i = 0; i < arguments; ++i) {
-        if (i > 0) spec += ',';
+        if (i > 0) formalSpec += ',';
         std::string form = kArgumentForms[i % kForms];
         form.replace(form.find("%d"), 2, std::to_string(i + 1));
-        spec += form;
+        formalSpec += form;
     }
-    return spec;
+    return formalSpec;
 }
 
 std::string GeneratedClassName(const GeneratorOptions& options, unsigned chain, unsigned level) {

@@ -47,8 +47,8 @@ const CommandSpec kCommands[] = {
 };
 
 const CommandSpec* FindCommand(const std::string& name) {
-    for (const CommandSpec& spec : kCommands) {
-        if (name == spec.name) return &spec;
+    for (const CommandSpec& entry : kCommands) {
+        if (name == entry.name) return &entry;
     }
     return nullptr;
 }
@@ -85,7 +85,7 @@ bool ParseUnsigned(const std::string& text, unsigned long maximum, unsigned long
 const std::vector<std::string>& CommandNames() {
     static const std::vector<std::string> names = [] {
         std::vector<std::string> all;
-        for (const CommandSpec& spec : kCommands) all.emplace_back(spec.name);
+        for (const CommandSpec& entry : kCommands) all.emplace_back(entry.name);
         return all;
     }();
     return names;
@@ -94,9 +94,9 @@ const std::vector<std::string>& CommandNames() {
 bool IsCommand(const std::string& command) { return FindCommand(command) != nullptr; }
 
 std::string CommandHelp(const std::string& command) {
-    const CommandSpec* spec = FindCommand(command);
-    if (spec == nullptr) return {};
-    return std::string("Usage: vantle-assist ") + spec->usage + "\n\n" + spec->help + "\n\n" + kCommonOptions;
+    const CommandSpec* entry = FindCommand(command);
+    if (entry == nullptr) return {};
+    return std::string("Usage: vantle-assist ") + entry->usage + "\n\n" + entry->help + "\n\n" + kCommonOptions;
 }
 
 std::string GeneralHelp() {
@@ -104,10 +104,10 @@ std::string GeneralHelp() {
         "Usage: vantle-assist COMMAND [ARGUMENTS] [OPTIONS]\n\n"
         "Asks the code-assistance service about the classes of a class dictionary,\n"
         "as an editor does while the user types.\n\nCommands:\n";
-    for (const CommandSpec& spec : kCommands) {
-        std::string usage = spec.usage;
+    for (const CommandSpec& entry : kCommands) {
+        std::string usage = entry.usage;
         text += "  " + usage + std::string(usage.size() < 40 ? 40 - usage.size() : 1, ' ');
-        std::string first = spec.help;
+        std::string first = entry.help;
         text += first.substr(0, first.find('\n')) + "\n";
     }
     text += "\n";
@@ -196,17 +196,17 @@ bool ParseCommandLine(const std::vector<std::string>& words, CommandLine* line, 
     if (positional.empty()) return true;
     line->command = positional.front();
     line->arguments.assign(positional.begin() + 1, positional.end());
-    const CommandSpec* spec = FindCommand(line->command);
-    if (spec == nullptr) {
+    const CommandSpec* entry = FindCommand(line->command);
+    if (entry == nullptr) {
         *error = "unknown command \"" + line->command + "\"";
         return false;
     }
     if (line->help) return true;
-    if (line->arguments.size() < spec->minArguments || line->arguments.size() > spec->maxArguments) {
-        *error = std::string("usage: vantle-assist ") + spec->usage;
+    if (line->arguments.size() < entry->minArguments || line->arguments.size() > entry->maxArguments) {
+        *error = std::string("usage: vantle-assist ") + entry->usage;
         return false;
     }
-    if (!spec->memberOptions && (line->flagsGiven || line->extended)) {
+    if (!entry->memberOptions && (line->flagsGiven || line->extended)) {
         *error = std::string("--flags and --extended belong to the members command");
         return false;
     }

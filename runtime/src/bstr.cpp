@@ -16,10 +16,10 @@ std::atomic<unsigned long> g_faultFailures{0};
 
 struct FaultFromEnvironment {
     FaultFromEnvironment() {
-        const char* spec = std::getenv("KESTO_FAIL_STRING_ALLOCS");
-        if (spec == nullptr) return;
+        const char* setting = std::getenv("KESTO_FAIL_STRING_ALLOCS");
+        if (setting == nullptr) return;
         char* rest = nullptr;
-        unsigned long skip = std::strtoul(spec, &rest, 10);
+        unsigned long skip = std::strtoul(setting, &rest, 10);
         unsigned long count = (rest != nullptr && *rest == ',') ? std::strtoul(rest + 1, nullptr, 10) : 0;
         KESTO_FaultInjectStrings(skip, count);
     }

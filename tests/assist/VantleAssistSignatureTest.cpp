@@ -56,7 +56,7 @@ TEST_F(SignatureTest, WorkedExampleWholeAndSplitAroundOneArgument) {
 
 struct RenderCase {
     const char* name;
-    const char16_t* spec;
+    const char16_t* formalSpec;
     const char16_t* returnType;
     const char16_t* shown;
 };
@@ -64,7 +64,7 @@ struct RenderCase {
 class RenderTest : public SignatureTest, public ::testing::WithParamInterface<RenderCase> {};
 
 TEST_P(RenderTest, RendersTheFormalSpec) {
-    tree.AddClass(u"Shop.Form").Method(u"M").Set(u"42", GetParam().returnType).Set(u"27", GetParam().spec);
+    tree.AddClass(u"Shop.Form").Method(u"M").Set(u"42", GetParam().returnType).Set(u"27", GetParam().formalSpec);
     InitializeWithTree();
     EXPECT_EQ(Signature(u"M", 0, u"Shop.Form"), (Parts{S_OK, GetParam().shown, std::nullopt, std::nullopt}));
 }

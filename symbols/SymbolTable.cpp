@@ -36,13 +36,11 @@ void CheckArguments(const unsigned short* name, SYMBOL_KIND kind) {
 
 }  // namespace
 
-std::size_t CSymbolTable::NameHash::operator()(NameView name) const {
-    std::size_t hash = 14695981039346656037ull;  // FNV-1a over the units
-    for (unsigned short unit : name) {
+CSymbolTable::NameKey::NameKey(NameView name) : view(name), hash(14695981039346656037ull) {
+    for (unsigned short unit : name) {  // FNV-1a over the units
         hash ^= unit;
         hash *= 1099511628211ull;
     }
-    return hash;
 }
 
 CSymbolTable::CSymbolTable(ParserLanguage language, CSymbolTable* parent)
@@ -61,7 +59,7 @@ HRESULT CSymbolTable::SetSymbol(const unsigned short* name, SYMBOL_KIND kind, co
             auto symbol = std::make_unique<CSymbol>();
             found = m_symbols.emplace(std::move(key), symbol.get()).first;
             try {
-                m_index.emplace(ViewOf(found->first), symbol.get());
+                m_index.emplace(KeyOf(found->first), symbol.get());
             } catch (...) {
                 m_symbols.erase(found);
                 throw;
@@ -78,7 +76,7 @@ HRESULT CSymbolTable::LookupSymbol(const unsigned short* name, SYMBOL_KIND kind,
         CheckArguments(name, kind);
         if (value == nullptr) throw static_cast<int>(E_POINTER);
         utlAutoBSTR key = OwnedName(name);
-        const NameView wanted = ViewOf(key);
+        const NameKey wanted = KeyOf(key);
         for (CSymbolTable* scope = this; scope != nullptr; scope = scope->m_parent) {
             auto found = scope->m_index.find(wanted);
             if (found == scope->m_index.end()) continue;
@@ -101,7 +99,7 @@ HRESULT CSymbolTable::RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind)
         auto found = m_symbols.find(key);
         if (found == m_symbols.end()) return S_OK;
         if (found->second->RemoveSymbol(kind)) return S_OK;
-        m_index.erase(ViewOf(found->first));
+        m_index.erase(KeyOf(found->first));
         delete found->second;
         m_symbols.erase(found);
         return S_OK;

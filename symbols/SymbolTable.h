@@ -81,16 +81,24 @@ public:
 
 private:
     typedef std::basic_string_view<unsigned short> NameView;
-    struct NameHash {
-        std::size_t operator()(NameView name) const;
+    // A name with its hash, computed once: a lookup through many scopes probes each
+    // with the same key.
+    struct NameKey {
+        explicit NameKey(NameView name);
+        bool operator==(const NameKey& other) const { return hash == other.hash && view == other.view; }
+        NameView view;
+        std::size_t hash;
     };
-    static NameView ViewOf(const utlAutoBSTR& name) { return NameView(name.Get(), name.Length()); }
+    struct NameHash {
+        std::size_t operator()(const NameKey& key) const { return key.hash; }
+    };
+    static NameKey KeyOf(const utlAutoBSTR& name) { return NameKey(NameView(name.Get(), name.Length())); }
 
     std::map<utlAutoBSTR, CSymbol*> m_symbols;
     // The same symbols by name, for lookups: a lookup that walks out through many
     // scopes probes each once instead of descending each ordered map. The views
     // point into the map's own key strings, which never move.
-    std::unordered_map<NameView, CSymbol*, NameHash> m_index;
+    std::unordered_map<NameKey, CSymbol*, NameHash> m_index;
     CSymbolTable* m_parent;
     ParserLanguage m_language;
 };

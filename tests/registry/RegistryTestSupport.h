@@ -1,5 +1,6 @@
-// Helpers shared by the registry tests: 16-bit text, counted references, a
-// temporary folder, and environment variables set for the length of a test.
+// What the registry tests share: a counted reference released at the end of its
+// scope, a temporary folder, environment variables set for the length of a test,
+// files read and written whole, and the registry's values read back by path.
 #ifndef VANTLE_TESTS_REGISTRY_REGISTRYTESTSUPPORT_H_
 #define VANTLE_TESTS_REGISTRY_REGISTRYTESTSUPPORT_H_
 
@@ -9,42 +10,12 @@
 #include <iterator>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "kesto/com.h"
+#include "fixtures/TestText.h"
+#include "kesto/registry.h"
 
 namespace registry_test {
 
-// A NUL-terminated 16-bit text: each char16_t, or each byte of a narrow string, is one unit.
-class Wide {
-public:
-    Wide(const char16_t* text) : m_units(text, text + std::char_traits<char16_t>::length(text) + 1) {}
-    Wide(const std::string& text) : m_units(text.begin(), text.end()) {
-        for (auto& unit : m_units) unit &= 0xFF;
-        m_units.push_back(0);
-    }
-    operator CBSTR() const { return m_units.data(); }
-
-private:
-    std::vector<unsigned short> m_units;
-};
-
-// Units as bytes (the tests' names are all below 0x100); NULL as "(null)".
-inline std::string Narrow(const unsigned short* text) {
-    if (text == nullptr) return "(null)";
-    std::string out;
-    for (; *text != 0; ++text) out.push_back(static_cast<char>(*text));
-    return out;
-}
-
-// Takes a BSTR, frees it, returns its narrow text.
-inline std::string TakeString(BSTR text) {
-    std::string out = Narrow(text);
-    COM_SysFreeString(text);
-    return out;
-}
-
-// One counted reference, released at the end of the scope.
 template <typename I>
 class Ref {
 public:
@@ -54,8 +25,8 @@ public:
     Ref& operator=(const Ref&) = delete;
     I* operator->() const { return m_p; }
     I* Get() const { return m_p; }
-    void** Out() { return reinterpret_cast<void**>(Address()); }
     I** Address() { return Reset(), &m_p; }
+    void** Out() { return reinterpret_cast<void**>(Address()); }
     void Reset() {
         if (m_p != nullptr) m_p->Release();
         m_p = nullptr;
@@ -105,6 +76,27 @@ inline std::string ReadFile(const std::filesystem::path& path) {
 
 inline void WriteFile(const std::filesystem::path& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
+}
+
+inline HRESULT NewRegistry(Ref<COM_IRegistry>& registry) {
+    return COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.Out());
+}
+
+// The value `name` of the key at `path` below root 1: its text, an integer as
+// decimal text, or nullopt when the key or the value is missing.
+inline std::optional<std::string> ValueAt(const std::string& path, const std::string& name = "") {
+    Ref<COM_IRegistry> registry;
+    if (NewRegistry(registry) != S_OK || registry->OpenRoot(1, W(path)) != S_OK) return std::nullopt;
+    int number = 0;
+    BSTR text = nullptr;
+    if (registry->GetIntValue(W(name), &number) == S_OK) return std::to_string(number);
+    if (registry->GetStringValue(W(name), &text) == S_OK) return Take(text);
+    return std::nullopt;
+}
+
+inline bool KeyExists(const std::string& path) {
+    Ref<COM_IRegistry> registry;
+    return NewRegistry(registry) == S_OK && registry->OpenRoot(1, W(path)) == S_OK;
 }
 
 }  // namespace registry_test

@@ -6,55 +6,43 @@
 
 #include "kesto/com.h"
 
-#define TEST_MODULE_EXPORT __attribute__((visibility("default")))
-
-extern "C" TEST_MODULE_EXPORT const COM_GUID kTestModuleClassPlain = {
-    0x6B1D0001, 0x0000, 0x4000, {0x80, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01}};
-extern "C" TEST_MODULE_EXPORT const COM_GUID kTestModuleClassThrowing = {
-    0x6B1D0002, 0x0000, 0x4000, {0x80, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02}};
+#define TEST_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace {
 
-long s_liveObjects = 0;
+const COM_GUID kPlainClass = {0x6B1D0001, 0x0000, 0x4000, {0x80, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01}};
+const COM_GUID kThrowingClass = {0x6B1D0002, 0x0000, 0x4000, {0x80, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02}};
+long s_outstanding = 0;  // objects alive plus factory references held
 
-class PlainObject final : public COM_IUnknown {
+template <typename Interface, const COM_GUID* kIid>
+class Counted : public Interface {
 public:
-    PlainObject() { ++s_liveObjects; }
-    ~PlainObject() override { --s_liveObjects; }
     HRESULT QueryInterface(const COM_GUID& iid, void** out) override {
-        if (!COM_IsEqualGUID(iid, COM_IID_IUnknown)) {
-            *out = nullptr;
-            return E_NOINTERFACE;
-        }
-        *out = this;
+        *out = COM_IsEqualGUID(iid, *kIid) || COM_IsEqualGUID(iid, COM_IID_IUnknown) ? this : nullptr;
+        if (*out == nullptr) return E_NOINTERFACE;
         AddRef();
         return S_OK;
     }
-    unsigned long AddRef() override { return ++m_references; }
+    unsigned long AddRef() override { return ++s_outstanding, ++m_references; }
     unsigned long Release() override {
+        --s_outstanding;
         unsigned long left = --m_references;
-        if (left == 0) delete this;
+        if (left == 0 && m_heap) delete this;
         return left;
     }
+
+protected:
+    bool m_heap = true;
 
 private:
     unsigned long m_references = 0;
 };
 
-class Factory final : public COM_IClassFactory {
+class PlainObject final : public Counted<COM_IUnknown, &COM_IID_IUnknown> {};
+
+class Factory final : public Counted<COM_IClassFactory, &COM_IID_IClassFactory> {
 public:
-    explicit Factory(bool throws) : m_throws(throws) {}
-    HRESULT QueryInterface(const COM_GUID& iid, void** out) override {
-        if (!COM_IsEqualGUID(iid, COM_IID_IClassFactory) && !COM_IsEqualGUID(iid, COM_IID_IUnknown)) {
-            *out = nullptr;
-            return E_NOINTERFACE;
-        }
-        *out = static_cast<COM_IClassFactory*>(this);
-        AddRef();
-        return S_OK;
-    }
-    unsigned long AddRef() override { return ++m_references; }
-    unsigned long Release() override { return --m_references; }
+    explicit Factory(bool throws) : m_throws(throws) { m_heap = false; }
     HRESULT CreateInstance(const COM_GUID& iid, void** out) override {
         if (m_throws) throw std::bad_alloc();
         auto* object = new PlainObject;
@@ -63,7 +51,6 @@ public:
         object->Release();
         return hr;
     }
-    long m_references = 0;
 
 private:
     bool m_throws;
@@ -74,16 +61,12 @@ Factory s_throwingFactory(true);
 
 }  // namespace
 
-// Objects alive plus factory references outstanding, as a module would count
-// them before agreeing to be unloaded.
-extern "C" TEST_MODULE_EXPORT long TestModuleOutstanding() {
-    return s_liveObjects + s_plainFactory.m_references + s_throwingFactory.m_references;
-}
+TEST_MODULE_EXPORT long TestModuleOutstanding() { return s_outstanding; }
 
 #ifndef TEST_MODULE_WITHOUT_ENTRY_POINT
-extern "C" TEST_MODULE_EXPORT HRESULT GetClassObject(const COM_GUID& clsid, const COM_GUID& iid, void** out) {
-    if (COM_IsEqualGUID(clsid, kTestModuleClassPlain)) return s_plainFactory.QueryInterface(iid, out);
-    if (COM_IsEqualGUID(clsid, kTestModuleClassThrowing)) return s_throwingFactory.QueryInterface(iid, out);
+TEST_MODULE_EXPORT HRESULT GetClassObject(const COM_GUID& clsid, const COM_GUID& iid, void** out) {
+    if (COM_IsEqualGUID(clsid, kPlainClass)) return s_plainFactory.QueryInterface(iid, out);
+    if (COM_IsEqualGUID(clsid, kThrowingClass)) return s_throwingFactory.QueryInterface(iid, out);
     return CLASS_E_CLASSNOTAVAILABLE;
 }
 #endif

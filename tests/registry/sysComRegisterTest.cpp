@@ -1,333 +1,303 @@
-// Registration records against a recording registry: the exact operation sequence
-// of registering and unregistering, every failure path, and the object-map walk
-// with its categories.
+// Registration records: what registering and unregistering leave in a real
+// registry, every failing registry call and string allocation against a double,
+// and the object-map walk with its categories.
 #include <gtest/gtest.h>
 
-#include "assist/VantleAssistInterfaces.h"
-#include "registry/RecordingRegistry.h"
+#include <cstdio>
+#include <vector>
+
+#include "kesto/diagnostics.h"
+#include "registry/RegistryTestSupport.h"
 #include "sys/sysComRegister.h"
 
 namespace {
 
-using registry_test::GuidText;
-using registry_test::RecordingScope;
-using registry_test::Wide;
+using namespace registry_test;
 using Calls = std::vector<std::string>;
 
 const COM_GUID kClass = {0x0C1A55E5, 0x1234, 0x4321, {0x80, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07}};
+const COM_GUID kOtherClass = {0x0C1A55E6, 0x1234, 0x4321, {0x80, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07}};
 const std::string kClassText = "{0C1A55E5-1234-4321-8001-020304050607}";
+const std::string kClassKey = "CLSID\\" + kClassText;
+const std::string kOtherKey = "CLSID\\{0C1A55E6-1234-4321-8001-020304050607}";
 
-// The optional arguments of UpdateRegistryClass; NULL when not given.
-struct Optional {
-    const char16_t* displayName = nullptr;
-    const char16_t* description = nullptr;
-    const char16_t* monikerKey = nullptr;
-    const char16_t* extensions = nullptr;
-};
-
-HRESULT Update(int doRegister, const Optional& optional = Optional()) {
-    auto text = [](const char16_t* given) { return given ? std::optional<Wide>(given) : std::nullopt; };
-    auto orNull = [](const std::optional<Wide>& given) -> CBSTR { return given ? CBSTR(*given) : nullptr; };
-    const auto display = text(optional.displayName), description = text(optional.description),
-               moniker = text(optional.monikerKey), extensions = text(optional.extensions);
-    return g_theModule.UpdateRegistryClass(kClass, Wide(u"Tool"), 0, doRegister, orNull(display),
-                                           orNull(description), orNull(moniker), orNull(extensions));
+// The class registered as "Tool" with every optional record, or as "Other" with none.
+HRESULT Update(int doRegister, bool other = false) {
+    const W name(other ? u"Other" : u"Tool"), shown(u"Shown"), says(u"Says"), moniker(u"mk"), extensions(u"a,, b");
+    auto given = [other](const W& text) -> CBSTR { return other ? nullptr : static_cast<CBSTR>(text); };
+    return g_theModule.UpdateRegistryClass(other ? kOtherClass : kClass, name, 0, doRegister, given(shown),
+                                           given(says), given(moniker), given(extensions));
 }
 
-Calls Join(std::initializer_list<Calls> parts) {
-    Calls all;
-    for (const Calls& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
-const std::string T = kClassText;
-const Calls kStart = {"OpenRoot(1,)", "CreateKey(CLSID,1)"};
-const Calls kClassKeyWithServer = {"CreateKey(" + T + ",1)", "SetStringValue(,Tool)", "CreateKey(InprocServer32,1)",
-                                   "SetStringValue(,libvantleassist.so)", "Close()"};
-const Calls kOpenClassKey = {"OpenRoot(1,)", "OpenKey(CLSID)", "OpenKey(" + T + ")"};
-const Calls kProgId = Join({kOpenClassKey, {"CreateKey(ProgID,1)", "SetStringValue(,Tool)", "Close()"}});
-const Calls kReadCount = Join({kOpenClassKey, {"CreateKey(InstallCount,1)", "GetIntValue()"}});
-const Calls kNameKey = {"Close()", "OpenRoot(1,)", "CreateKey(Tool,1)", "CreateKey(CLSID,1)",
-                        "SetStringValue(," + T + ")", "Close()"};
-const Calls kDeleteClassKey = {"Close()", "OpenRoot(1,)", "OpenKey(CLSID)", "DeleteKey(" + T + ")"};
-const Calls kDeleteNameKey = {"Close()", "OpenRoot(1,)", "DeleteKey(Tool)", "OpenKey(CLSID)", "EnumSubkeys()",
-                              "GetCount()"};
-const Calls kDeleteEmptyClsid = {"Close()", "OpenRoot(1,)", "DeleteKey()"};
-const Calls kEnd = {"Enum.Release", "Close()"};
-
-Calls RegisterCalls(int newCount, const Calls& optional = Calls()) {
-    return Join({kStart, kClassKeyWithServer, kProgId, kReadCount,
-                 {"SetIntValue(," + std::to_string(newCount) + ")", "Close()"}, optional, kNameKey});
-}
-
-class UpdateRegistryClassTest : public ::testing::Test {
+class RegistrationTest : public ::testing::Test {
 protected:
-    void TearDown() override {
-        EXPECT_EQ(m_scope.liveObjects, 0) << "every registry object and enumerator was released";
-        EXPECT_EQ(KESTO_LiveStringCount(), m_strings) << "every string was freed";
-    }
+    void TearDown() override { EXPECT_EQ(KESTO_LiveStringCount(), m_strings) << "every string was freed"; }
 
-    RecordingScope m_scope;
+    TempFolder m_folder;
+    ScopedEnv m_registryEnv{"KESTO_REGISTRY", (m_folder.Path() / "registry.db").string()};
     long m_strings = KESTO_LiveStringCount();
 };
 
-TEST_F(UpdateRegistryClassTest, RegisteringWritesTheRecordsAndCountsInstallations) {
-    const Calls display = Join({kOpenClassKey, {"CreateKey(DisplayName,1)", "SetStringValue(,Shown)", "Close()"}});
-    const Calls description =
-        Join({kOpenClassKey, {"CreateKey(Description,1)", "SetStringValue(,Says)", "Close()"}});
-    // Pieces are not trimmed; an empty piece names the default value.
-    const Calls moniker = {"OpenRoot(1,)",
-                           "CreateKey(Moniker,1)",
-                           "CreateKey(mk,1)",
-                           "SetStringValue(a," + T + ")",
-                           "SetStringValue(," + T + ")",
-                           "SetStringValue( b," + T + ")"};
-    struct Case {
-        const char* what;
-        Optional optional;
-        Calls records;
-        std::optional<int> countBefore = std::nullopt;
-        int countAfter = 1;
+TEST_F(RegistrationTest, RegisteringWritesEveryRecordAndCountsInstallations) {
+    ASSERT_EQ(Update(1), S_OK);
+    const std::pair<std::string, std::string> records[] = {
+        {kClassKey, "Tool"},  {kClassKey + "\\InprocServer32", "libvantleassist.so"}, {kClassKey + "\\ProgID", "Tool"},
+        {kClassKey + "\\DisplayName", "Shown"}, {kClassKey + "\\Description", "Says"},
+        {kClassKey + "\\InstallCount", "1"},    {"Tool\\CLSID", kClassText},
     };
-    const Case cases[] = {
-        {"first time, count 0", {}, {}, 0, 1},
-        {"second time", {}, {}, 1, 2},
-        {"display name", {u"Shown", nullptr, nullptr, nullptr}, display},
-        {"description", {nullptr, u"Says", nullptr, nullptr}, description},
-        {"both", {u"Shown", u"Says", nullptr, nullptr}, Join({display, description})},
-        {"moniker key without extensions", {nullptr, nullptr, u"mk", nullptr}, {}},
-        {"extensions without moniker key", {nullptr, nullptr, nullptr, u"a"}, {}},
-        {"moniker", {nullptr, nullptr, u"mk", u"a,, b"}, moniker},
-    };
-    for (const Case& c : cases) {
-        m_scope.calls.clear();
-        m_scope.installCount = c.countBefore;
-        EXPECT_EQ(Update(1, c.optional), S_OK) << c.what;
-        EXPECT_EQ(m_scope.calls, RegisterCalls(c.countAfter, c.records)) << c.what;
-    }
+    for (const auto& [path, value] : records) EXPECT_EQ(ValueAt(path), value) << path;
+    // Extensions are not trimmed; an empty one names the default value.
+    for (const char* extension : {"a", "", " b"}) EXPECT_EQ(ValueAt("Moniker\\mk", extension), kClassText);
+    ASSERT_EQ(Update(1), S_OK);
+    EXPECT_EQ(ValueAt(kClassKey + "\\InstallCount"), "2");
+    EXPECT_EQ(Update(0), S_FALSE) << "still installed: only the count goes down";
+    EXPECT_EQ(ValueAt(kClassKey + "\\InstallCount"), "1");
+    EXPECT_EQ(ValueAt("Moniker\\mk", "a"), kClassText);
+
+    ASSERT_EQ(Update(1, true), S_OK);
+    EXPECT_EQ(ValueAt(kOtherKey + "\\InstallCount"), "1");
+    EXPECT_FALSE(KeyExists(kOtherKey + "\\DisplayName") || KeyExists(kOtherKey + "\\Description"));
 }
 
-TEST_F(UpdateRegistryClassTest, UnregisteringLowersTheCountAndTheLastRemovesEverything) {
-    const Calls moniker = {"OpenRoot(1,)", "CreateKey(Moniker,1)", "CreateKey(mk,1)", "DeleteValue(a)",
-                           "DeleteValue(b)"};
-    struct Case {
-        const char* what;
-        std::optional<int> count;
-        unsigned int otherClasses;
-        Optional optional;
-        HRESULT result;
-        Calls calls;
-    };
-    const Case cases[] = {
-        {"still installed: records and categories stay", 2, 0, {}, S_FALSE,
-         Join({kStart, kReadCount, {"SetIntValue(,1)", "Close()"}})},
-        {"last installation, no other class", 1, 0, {}, S_OK,
-         Join({kStart, kReadCount, {"SetIntValue(,0)"}, kDeleteClassKey, kDeleteNameKey, kDeleteEmptyClsid, kEnd})},
-        {"last installation, other classes stay", 1, 3, {}, S_OK,
-         Join({kStart, kReadCount, {"SetIntValue(,0)"}, kDeleteClassKey, kDeleteNameKey, kEnd})},
-        {"never counted", std::nullopt, 0, {}, S_OK,
-         Join({kStart, kReadCount, kDeleteClassKey, kDeleteNameKey, kDeleteEmptyClsid, kEnd})},
-        {"count already 0", 0, 0, {}, S_OK,
-         Join({kStart, kReadCount, kDeleteClassKey, kDeleteNameKey, kDeleteEmptyClsid, kEnd})},
-        {"moniker values go", 1, 1, {u"Shown", u"Says", u"mk", u"a,b"}, S_OK,
-         Join({kStart, kReadCount, {"SetIntValue(,0)"}, kDeleteClassKey, moniker, kDeleteNameKey, kEnd})},
-    };
-    for (const Case& c : cases) {
-        m_scope.calls.clear();
-        m_scope.installCount = c.count;
-        m_scope.subkeyCount = c.otherClasses;
-        EXPECT_EQ(Update(0, c.optional), c.result) << c.what;
-        EXPECT_EQ(m_scope.calls, c.calls) << c.what;
-    }
+TEST_F(RegistrationTest, TheLastUnregistrationRemovesEveryRecord) {
+    ASSERT_EQ(Update(1), S_OK);
+    ASSERT_EQ(Update(1, true), S_OK);
+    EXPECT_EQ(Update(0), S_OK);
+    EXPECT_FALSE(KeyExists(kClassKey) || KeyExists("Tool"));
+    for (const char* extension : {"a", "", " b"}) EXPECT_EQ(ValueAt("Moniker\\mk", extension), std::nullopt);
+    EXPECT_TRUE(KeyExists(kOtherKey)) << "other classes stay";
+
+    // A class whose installations were never counted goes at once.
+    Ref<COM_IRegistry> registry;
+    ASSERT_EQ(NewRegistry(registry), S_OK);
+    ASSERT_EQ(registry->OpenRoot(1, W(kOtherKey)), S_OK);
+    ASSERT_EQ(registry->DeleteKey(W(u"InstallCount")), S_OK);
+    ASSERT_EQ(registry->Close(), S_OK);
+    EXPECT_EQ(Update(0, true), S_OK);
+    EXPECT_FALSE(KeyExists("CLSID")) << "the emptied CLSID key goes with the last class";
+    EXPECT_EQ(Update(0), REGDB_E_KEYMISSING) << "nothing left to unregister";
 }
 
-// Each call of each sequence fails in turn: the failure is returned as it is,
-// nothing after it is asked of the registry (no Close: releasing rolls back),
-// and nothing leaks.
-TEST_F(UpdateRegistryClassTest, EveryFailingRegistryCallEndsTheUpdate) {
+// Doubles of the registry and the category manager in the place of the runtime's
+// classes. Registry calls are logged by name and the failAt-th fails; GetIntValue
+// finds installCount and the subkey enumerator counts `subkeys`. Category calls
+// are logged as "Register(category,class)" and the failCategoryAt-th fails.
+struct Doubles {
+    Calls calls, categoryCalls;
+    std::optional<std::size_t> failAt, failCategoryAt;
+    HRESULT failWith = REGDB_E_WRITEREGDB, createRegistry = S_OK, createCategories = S_OK;
+    std::optional<int> installCount;
+    unsigned int subkeys = 0;
+    long live = 0;
+};
+Doubles* s_doubles = nullptr;
+
+HRESULT Log(const char* call) {
+    s_doubles->calls.push_back(call);
+    return s_doubles->failAt == s_doubles->calls.size() - 1 ? s_doubles->failWith : S_OK;
+}
+
+template <typename Interface>
+class Double : public Interface {
+public:
+    Double() { ++s_doubles->live; }
+    ~Double() override { --s_doubles->live; }
+    HRESULT QueryInterface(const COM_GUID&, void** out) override { return *out = nullptr, E_NOINTERFACE; }
+    unsigned long AddRef() override { return ++m_references; }
+    unsigned long Release() override {
+        unsigned long left = --m_references;
+        if (left == 0) delete this;
+        return left;
+    }
+
+private:
+    unsigned long m_references = 1;
+};
+
+class RegistryEnum final : public Double<COM_IRegistryEnum> {
+    HRESULT GetCount(unsigned int* count) override { return *count = s_doubles->subkeys, Log("GetCount"); }
+    HRESULT Next(BSTR* name) override { return *name = nullptr, Log("Next"); }
+};
+
+class Registry final : public Double<COM_IRegistry> {
+    HRESULT OpenRoot(int, CBSTR) override { return Log("OpenRoot"); }
+    HRESULT Close() override { return Log("Close"); }
+    HRESULT OpenKey(CBSTR) override { return Log("OpenKey"); }
+    HRESULT CreateKey(CBSTR, int) override { return Log("CreateKey"); }
+    HRESULT DeleteKey(CBSTR) override { return Log("DeleteKey"); }
+    HRESULT SetStringValue(CBSTR, CBSTR) override { return Log("SetStringValue"); }
+    HRESULT GetStringValue(CBSTR, BSTR* value) override { return *value = nullptr, Log("GetStringValue"); }
+    HRESULT SetIntValue(CBSTR, int) override { return Log("SetIntValue"); }
+    HRESULT GetIntValue(CBSTR, int* value) override {
+        HRESULT hr = Log("GetIntValue");
+        if (FAILED(hr) || !s_doubles->installCount) return FAILED(hr) ? hr : S_FALSE;
+        return *value = *s_doubles->installCount, S_OK;
+    }
+    HRESULT DeleteValue(CBSTR) override { return Log("DeleteValue"); }
+    HRESULT EnumSubkeys(COM_IRegistryEnum** out) override {
+        HRESULT hr = Log("EnumSubkeys");
+        return *out = SUCCEEDED(hr) ? new RegistryEnum : nullptr, hr;
+    }
+    HRESULT EnumValues(COM_IRegistryEnum** out) override { return *out = nullptr, Log("EnumValues"); }
+    HRESULT GetValueKind(CBSTR, int* kind) override { return *kind = KESTO_REGISTRY_NONE, Log("GetValueKind"); }
+};
+
+class Categories final : public Double<COM_ICatRegister> {
+    HRESULT RegisterCategory(const COM_GUID& category, CBSTR) override { return Note("Category", category, category); }
+    HRESULT UnregisterCategory(const COM_GUID& category) override { return Note("Uncategory", category, category); }
+    HRESULT RegisterClassInCategory(const COM_GUID* category, const COM_GUID& clsid) override {
+        return Note("Register", *category, clsid);
+    }
+    HRESULT UnregisterClassFromCategory(const COM_GUID* category, const COM_GUID& clsid) override {
+        return Note("Unregister", *category, clsid);
+    }
+    static HRESULT Note(const char* verb, const COM_GUID& category, const COM_GUID& clsid) {
+        char call[64];
+        std::snprintf(call, sizeof call, "%s(%X,%X)", verb, category.Data1, clsid.Data1);
+        s_doubles->categoryCalls.push_back(call);
+        return s_doubles->failCategoryAt == s_doubles->categoryCalls.size() - 1 ? E_FAIL : S_OK;
+    }
+};
+
+template <typename Made, typename Interface>
+HRESULT Make(HRESULT scripted, const COM_GUID& iid, const COM_GUID& expected, void** out) {
+    *out = nullptr;
+    if (FAILED(scripted)) return scripted;
+    if (!COM_IsEqualGUID(iid, expected)) return E_NOINTERFACE;
+    *out = static_cast<Interface*>(new Made);
+    return S_OK;
+}
+
+class DoubledRegistrationTest : public RegistrationTest {
+protected:
+    void SetUp() override {
+        s_doubles = &m_doubles;
+        KESTO_OverrideClass(COM_CLSID_Registry, [](const COM_GUID& iid, void** out) {
+            return Make<Registry, COM_IRegistry>(s_doubles->createRegistry, iid, COM_IID_IRegistry, out);
+        });
+        KESTO_OverrideClass(COM_CLSID_CategoryManager, [](const COM_GUID& iid, void** out) {
+            return Make<Categories, COM_ICatRegister>(s_doubles->createCategories, iid, COM_IID_ICatRegister, out);
+        });
+    }
+    void TearDown() override {
+        KESTO_OverrideClass(COM_CLSID_Registry, nullptr);
+        KESTO_OverrideClass(COM_CLSID_CategoryManager, nullptr);
+        KESTO_FaultInjectStrings(0, 0);
+        EXPECT_EQ(m_doubles.live, 0) << "every registry object and enumerator was released";
+        RegistrationTest::TearDown();
+    }
+
+    Doubles m_doubles;
+};
+
+// Each call of each sequence fails in turn: the failure is returned as it is and
+// nothing more is asked of the registry (no Close: releasing rolls back).
+TEST_F(DoubledRegistrationTest, EveryFailingRegistryCallEndsTheUpdate) {
     struct Case {
-        const char* what;
         int doRegister;
         std::optional<int> count;
         unsigned int otherClasses;
-        Optional optional;
     };
-    const Case cases[] = {
-        {"register", 1, 1, 0, {u"Shown", u"Says", u"mk", u"a,b"}},
-        {"unregister still installed", 0, 2, 0, {}},
-        {"last unregister", 0, 1, 0, {nullptr, nullptr, u"mk", u"a,b"}},
-    };
-    for (const Case& c : cases) {
-        m_scope.failAt.reset();
-        m_scope.calls.clear();
-        m_scope.recordedCalls = 0;
-        m_scope.installCount = c.count;
-        m_scope.subkeyCount = c.otherClasses;
-        const HRESULT success = Update(c.doRegister, c.optional);
-        Calls full = m_scope.calls;
-        full.erase(std::remove(full.begin(), full.end(), "Enum.Release"), full.end());
+    for (const Case& c : {Case{1, 1, 0}, Case{0, 2, 0}, Case{0, 1, 0}, Case{0, 1, 3}, Case{0, std::nullopt, 0}}) {
+        m_doubles.installCount = c.count;
+        m_doubles.subkeys = c.otherClasses;
+        m_doubles.failAt.reset();
+        m_doubles.calls.clear();
+        const HRESULT success = Update(c.doRegister);
+        const Calls full = m_doubles.calls;
         for (std::size_t failing = 0; failing < full.size(); ++failing) {
-            m_scope.calls.clear();
-            m_scope.recordedCalls = 0;
-            m_scope.failAt = failing;
-            m_scope.failWith = failing % 2 ? REGDB_E_WRITEREGDB : REGDB_E_KEYMISSING;
-            EXPECT_EQ(Update(c.doRegister, c.optional), m_scope.failWith) << c.what << " failing at " << full[failing];
-            Calls seen = m_scope.calls;
-            seen.erase(std::remove(seen.begin(), seen.end(), "Enum.Release"), seen.end());
-            EXPECT_EQ(seen, Calls(full.begin(), full.begin() + failing + 1)) << c.what;
-            EXPECT_EQ(m_scope.liveObjects, 0) << c.what;
+            m_doubles.calls.clear();
+            m_doubles.failAt = failing;
+            m_doubles.failWith = failing % 2 ? REGDB_E_WRITEREGDB : REGDB_E_KEYMISSING;
+            EXPECT_EQ(Update(c.doRegister), m_doubles.failWith) << c.doRegister << " failing at " << failing;
+            EXPECT_EQ(m_doubles.calls, Calls(full.begin(), full.begin() + failing + 1));
+            EXPECT_EQ(m_doubles.live, 0);
         }
-        m_scope.failAt.reset();
-        EXPECT_EQ(Update(c.doRegister, c.optional), success) << c.what;
+        m_doubles.failAt.reset();
+        EXPECT_EQ(Update(c.doRegister), success);
     }
-}
-
-TEST_F(UpdateRegistryClassTest, ARegistryThatCannotBeMadeIsTheResult) {
-    m_scope.createRegistryResult = REGDB_E_READREGDB;
+    m_doubles.createRegistry = REGDB_E_READREGDB;
+    m_doubles.calls.clear();
     EXPECT_EQ(Update(1), REGDB_E_READREGDB);
     EXPECT_EQ(Update(0), REGDB_E_READREGDB);
-    EXPECT_TRUE(m_scope.calls.empty());
+    EXPECT_EQ(DllRegisterServer(), 1);
+    EXPECT_EQ(DllUnregisterServer(), 1);
+    EXPECT_TRUE(m_doubles.calls.empty());
 }
 
-TEST_F(UpdateRegistryClassTest, RunningOutOfStringsEndsTheUpdateCleanly) {
-    // Strings are made for the class text, the module name and each extension.
+TEST_F(DoubledRegistrationTest, RunningOutOfStringsEndsTheUpdateCleanly) {
+    m_doubles.installCount = 1;
     for (int doRegister : {1, 0}) {
-        m_scope.installCount = 1;
         bool succeeded = false;
         for (unsigned long skip = 0; !succeeded && skip < 20; ++skip) {
-            m_scope.calls.clear();
+            m_doubles.calls.clear();
             KESTO_FaultInjectStrings(skip, 1);
-            HRESULT hr = Update(doRegister, {nullptr, nullptr, u"mk", u"a,b"});
-            bool failed = KESTO_FaultInjectedFailures() > 0;
+            HRESULT hr = Update(doRegister);
+            succeeded = KESTO_FaultInjectedFailures() == 0;
             KESTO_FaultInjectStrings(0, 0);
-            if (failed) {
-                EXPECT_EQ(hr, E_OUTOFMEMORY) << "skip " << skip;
-                EXPECT_TRUE(m_scope.calls.empty() || m_scope.calls.back() != "Close()") << "skip " << skip;
-            } else {
-                EXPECT_EQ(hr, S_OK);
-                succeeded = true;
-            }
-            EXPECT_EQ(m_scope.liveObjects, 0);
+            EXPECT_EQ(hr, succeeded ? S_OK : E_OUTOFMEMORY) << "skip " << skip;
+            EXPECT_TRUE(succeeded || m_doubles.calls.empty() || m_doubles.calls.back() != "Close") << skip;
+            EXPECT_EQ(m_doubles.live, 0);
         }
         EXPECT_TRUE(succeeded);
     }
 }
 
-// --- The object-map walk ------------------------------------------------------
+// --- The object-map walk: A has categories 1 and 2, B none, C category 2 and no updater.
 
-const COM_GUID kClassA = {0xA, 0, 0, {0, 0, 0, 0, 0, 0, 0, 0xA}};
-const COM_GUID kClassB = {0xB, 0, 0, {0, 0, 0, 0, 0, 0, 0, 0xB}};
-const COM_GUID kClassC = {0xC, 0, 0, {0, 0, 0, 0, 0, 0, 0, 0xC}};
-const COM_GUID kCategory1 = {0xCA7, 0, 0, {0, 0, 0, 0, 0, 0, 0, 1}};
-const COM_GUID kCategory2 = {0xCA7, 0, 0, {0, 0, 0, 0, 0, 0, 0, 2}};
-
-// What each class's updater returns, and the log of updater calls.
-HRESULT s_updateResult[3];
+HRESULT s_updateResult[2];
 Calls s_updates;
 
 template <int Index>
 HRESULT ScriptedUpdater(int doRegister) {
-    s_updates.push_back(std::string(1, static_cast<char>('A' + Index)) + "(" + std::to_string(doRegister) + ")");
+    s_updates.push_back(std::string(1, static_cast<char>('A' + Index)) + std::to_string(doRegister));
     return s_updateResult[Index];
 }
 
+const COM_GUID kCategory1 = {1, 0, 0, {}}, kCategory2 = {2, 0, 0, {}};
+const COM_GUID kClassA = {0xA, 0, 0, {}}, kClassB = {0xB, 0, 0, {}}, kClassC = {0xC, 0, 0, {}};
 const COM_GUID* const s_twoCategories[] = {&kCategory1, &kCategory2, nullptr};
 const COM_GUID* const s_oneCategory[] = {&kCategory2, nullptr};
-const void* TwoCategories() { return s_twoCategories; }
-const void* OneCategory() { return s_oneCategory; }
-const void* NoCategories() { return nullptr; }
 
-// A has two categories, B none, C one and no updater.
 const COM_OBJECT_MAP_ENTRY s_map[] = {
-    {&kClassA, nullptr, ScriptedUpdater<0>, TwoCategories},
-    {&kClassB, nullptr, ScriptedUpdater<1>, NoCategories},
-    {&kClassC, nullptr, nullptr, OneCategory},
+    {&kClassA, nullptr, ScriptedUpdater<0>, [] { return static_cast<const void*>(s_twoCategories); }},
+    {&kClassB, nullptr, ScriptedUpdater<1>, []() -> const void* { return nullptr; }},
+    {&kClassC, nullptr, nullptr, [] { return static_cast<const void*>(s_oneCategory); }},
     {nullptr, nullptr, nullptr, nullptr},
 };
 
-std::string In(const char* verb, const COM_GUID& category, const COM_GUID& clsid) {
-    return std::string(verb) + "(" + GuidText(category) + "," + GuidText(clsid) + ")";
-}
-
-class RegisterServerTest : public UpdateRegistryClassTest {
-protected:
-    void SetUp() override {
-        s_updates.clear();
-        for (HRESULT& result : s_updateResult) result = S_OK;
-    }
-};
-
-TEST_F(RegisterServerTest, RegisteringRunsEveryUpdaterAndJoinsEveryCategory) {
-    EXPECT_EQ(sysRegisterObjectMap(s_map, 1), 0);
-    EXPECT_EQ(s_updates, Calls({"A(1)", "B(1)"}));
-    EXPECT_EQ(m_scope.categoryCalls, Calls({In("Register", kCategory1, kClassA), In("Register", kCategory2, kClassA),
-                                            In("Register", kCategory2, kClassC)}));
-    EXPECT_EQ(m_scope.categoryManagersMade, 1);
-}
-
-TEST_F(RegisterServerTest, UnregisteringLeavesCategoriesOnceAClassIsStillInstalled) {
+TEST_F(DoubledRegistrationTest, TheObjectMapWalkGoesOnPastFailuresAndKeepsCategoriesOfInstalledClasses) {
+    const Calls all = {"Register(1,A)", "Register(2,A)", "Register(2,C)"};
+    const Calls none;
     struct Case {
         const char* what;
-        HRESULT a, b;
+        int doRegister;
+        HRESULT a, b, categoriesMade;
+        std::optional<std::size_t> failCategoryAt;
+        HRESULT result;
         Calls categoryCalls;
     };
     const Case cases[] = {
-        {"all removed", S_OK, S_OK,
-         {In("Unregister", kCategory1, kClassA), In("Unregister", kCategory2, kClassA),
-          In("Unregister", kCategory2, kClassC)}},
-        {"A still installed: A and every later class keep theirs", S_FALSE, S_OK, {}},
-        {"B still installed: A's go, C keeps its", S_OK, S_FALSE,
-         {In("Unregister", kCategory1, kClassA), In("Unregister", kCategory2, kClassA)}},
+        {"register", 1, S_OK, S_OK, S_OK, {}, 0, all},
+        {"failing updater: A's categories still joined", 1, REGDB_E_WRITEREGDB, S_OK, S_OK, {}, 1, all},
+        {"failing category call", 1, S_OK, S_OK, S_OK, 0, 1, all},
+        {"unregister", 0, S_OK, S_OK, S_OK, {}, 0, {"Unregister(1,A)", "Unregister(2,A)", "Unregister(2,C)"}},
+        {"A still installed: A and every later class keep theirs", 0, S_FALSE, S_OK, S_OK, {}, 0, none},
+        {"B still installed: C keeps its", 0, S_OK, S_FALSE, S_OK, {}, 0, {"Unregister(1,A)", "Unregister(2,A)"}},
+        {"no category manager", 0, S_OK, S_OK, E_OUTOFMEMORY, {}, 1, none},
     };
     for (const Case& c : cases) {
         s_updates.clear();
-        m_scope.categoryCalls.clear();
+        m_doubles.categoryCalls.clear();
         s_updateResult[0] = c.a;
         s_updateResult[1] = c.b;
-        EXPECT_EQ(sysRegisterObjectMap(s_map, 0), 0) << c.what;
-        EXPECT_EQ(s_updates, Calls({"A(0)", "B(0)"})) << c.what;
-        EXPECT_EQ(m_scope.categoryCalls, c.categoryCalls) << c.what;
+        m_doubles.createCategories = c.categoriesMade;
+        m_doubles.failCategoryAt = c.failCategoryAt;
+        EXPECT_EQ(sysRegisterObjectMap(s_map, c.doRegister), c.result) << c.what;
+        const std::string d = std::to_string(c.doRegister);
+        EXPECT_EQ(s_updates, Calls({"A" + d, "B" + d})) << c.what;
+        EXPECT_EQ(m_doubles.categoryCalls, c.categoryCalls) << c.what;
     }
-}
-
-TEST_F(RegisterServerTest, AnyFailureMakesTheResultOneAndTheWalkGoesOn) {
-    s_updateResult[0] = REGDB_E_WRITEREGDB;
-    EXPECT_EQ(sysRegisterObjectMap(s_map, 1), 1);
-    EXPECT_EQ(s_updates, Calls({"A(1)", "B(1)"}));
-    EXPECT_EQ(m_scope.categoryCalls.size(), 3u) << "A's categories are still joined";
-
-    s_updates.clear();
-    s_updateResult[0] = S_OK;
-    m_scope.categoryCalls.clear();
-    m_scope.failingCategoryCalls = {0};
-    EXPECT_EQ(sysRegisterObjectMap(s_map, 1), 1);
-    EXPECT_EQ(m_scope.categoryCalls.size(), 3u);
-
-    s_updates.clear();
-    m_scope.categoryCalls.clear();
-    m_scope.createCategoriesResult = E_OUTOFMEMORY;
-    EXPECT_EQ(sysRegisterObjectMap(s_map, 0), 1);
-    EXPECT_EQ(s_updates, Calls({"A(0)", "B(0)"}));
-    EXPECT_TRUE(m_scope.categoryCalls.empty());
-}
-
-// --- The library's own classes --------------------------------------------------
-
-TEST_F(RegisterServerTest, TheServiceRegistersItselfAndFailsWithoutARegistry) {
-    const std::string service = GuidText(COM_CLSID_VantleAssist);
-    EXPECT_EQ(DllRegisterServer(), 0);
-    ASSERT_FALSE(m_scope.calls.empty());
-    EXPECT_EQ(std::count(m_scope.calls.begin(), m_scope.calls.end(), "SetStringValue(,VantleAssist)"), 2);
-    EXPECT_EQ(std::count(m_scope.calls.begin(), m_scope.calls.end(), "CreateKey(" + service + ",1)"), 1);
-    EXPECT_EQ(m_scope.calls.back(), "Close()");
-    EXPECT_TRUE(m_scope.categoryCalls.empty()) << "the service declares no categories";
-
-    m_scope.installCount = 2;
-    EXPECT_EQ(DllUnregisterServer(), 0) << "still installed elsewhere is not a failure";
-
-    m_scope.createRegistryResult = REGDB_E_READREGDB;
-    EXPECT_EQ(DllRegisterServer(), 1);
-    EXPECT_EQ(DllUnregisterServer(), 1);
 }
 
 }  // namespace

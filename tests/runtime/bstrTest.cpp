@@ -1,11 +1,10 @@
-// BSTR layout, NULL rules, reallocation and the fault-injection switch.
+// BSTR layout, NULL rules, reallocation, the live count and the fault-injection switch.
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstring>
 
-#include "../sys/TestText.h"
-#include "kesto/com.h"
+#include "fixtures/TestText.h"
 #include "kesto/diagnostics.h"
 
 namespace {
@@ -18,95 +17,60 @@ std::uint32_t BytePrefix(BSTR string) {
 
 class BstrTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        KESTO_FaultInjectStrings(0, 0);
-        m_liveAtStart = KESTO_LiveStringCount();
-    }
     void TearDown() override {
         KESTO_FaultInjectStrings(0, 0);
         EXPECT_EQ(KESTO_LiveStringCount(), m_liveAtStart) << "a string was not freed";
     }
 
-private:
-    long m_liveAtStart = 0;
+    long m_liveAtStart = KESTO_LiveStringCount();
 };
 
-TEST_F(BstrTest, LayoutIsByteCountThenUnitsThenZero) {
-    for (const char* text : {"", "a", "hello, world"}) {
-        TestWString wide = W(text);
-        BSTR s = COM_SysAllocString(wide.c_str());
+TEST_F(BstrTest, LayoutIsByteCountThenUnitsThenZeroAndLengthKeepsEmbeddedZeros) {
+    for (const char16_t* text : {u"", u"a", u"hello, world"}) {
+        BSTR s = COM_SysAllocString(W(text));
         ASSERT_NE(s, nullptr);
-        EXPECT_EQ(BytePrefix(s), 2 * wide.size()) << text;
-        EXPECT_EQ(COM_SysStringLen(s), wide.size()) << text;
-        EXPECT_EQ(Narrow(s, COM_SysStringLen(s)), text);
-        EXPECT_EQ(s[wide.size()], 0) << text;
-        COM_SysFreeString(s);
+        const std::size_t length = std::char_traits<char16_t>::length(text);
+        EXPECT_EQ(BytePrefix(s), 2 * length);
+        EXPECT_EQ(s[length], 0);
+        EXPECT_EQ(KESTO_LiveStringCount(), m_liveAtStart + 1);
+        EXPECT_EQ(Take(s), Narrow(W(text)));
     }
-}
-
-TEST_F(BstrTest, EmbeddedZerosAreKeptByLength) {
-    const unsigned short units[] = {'a', 0, 'b', 0};
-    BSTR s = COM_SysAllocStringLen(units, 3);
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(COM_SysStringLen(s), 3u);
+    BSTR s = COM_SysAllocStringLen(W(std::u16string_view(u"a\0b\0", 4)), 3);
     EXPECT_EQ(BytePrefix(s), 6u);
-    EXPECT_EQ(Narrow(s, 4), "a\\u0000b\\u0000");
-    COM_SysFreeString(s);
+    EXPECT_EQ(s[3], 0);
+    EXPECT_EQ(Take(s), "a\\u0000b");
 }
 
-TEST_F(BstrTest, NullRules) {
+TEST_F(BstrTest, NullRulesAndImpossibleLengths) {
     EXPECT_EQ(COM_SysAllocString(nullptr), nullptr);
     EXPECT_EQ(COM_SysStringLen(nullptr), 0u);
     COM_SysFreeString(nullptr);
-
-    // A NULL source reserves the units for the caller to fill, terminated.
-    BSTR reserved = COM_SysAllocStringLen(nullptr, 4);
+    BSTR reserved = COM_SysAllocStringLen(nullptr, 4);  // reserved for the caller to fill, terminated
     ASSERT_NE(reserved, nullptr);
     EXPECT_EQ(COM_SysStringLen(reserved), 4u);
     EXPECT_EQ(reserved[4], 0);
     COM_SysFreeString(reserved);
-}
-
-TEST_F(BstrTest, LengthsBeyondTheBytePrefixFailWithoutAllocating) {
-    EXPECT_EQ(COM_SysAllocStringLen(nullptr, 0x80000000u), nullptr);
+    EXPECT_EQ(COM_SysAllocStringLen(nullptr, 0x80000000u), nullptr) << "beyond the byte prefix";
     EXPECT_EQ(COM_SysAllocStringLen(nullptr, 0xFFFFFFFFu), nullptr);
 }
 
-TEST_F(BstrTest, LiveCountFollowsAllocationAndFree) {
-    const long before = KESTO_LiveStringCount();
-    BSTR a = COM_SysAllocString(W("x").c_str());
-    BSTR b = COM_SysAllocStringLen(nullptr, 0);
-    EXPECT_EQ(KESTO_LiveStringCount(), before + 2);
-    COM_SysFreeString(a);
-    COM_SysFreeString(b);
-    EXPECT_EQ(KESTO_LiveStringCount(), before);
-}
-
-TEST_F(BstrTest, ReAllocReplacesTheString) {
-    BSTR s = COM_SysAllocString(W("old").c_str());
-    EXPECT_EQ(COM_SysReAllocString(&s, W("newer").c_str()), 1);
-    EXPECT_EQ(Narrow(s), "newer");
-    EXPECT_EQ(COM_SysStringLen(s), 5u);
-
+TEST_F(BstrTest, ReAllocReplacesTheStringAndFaultInjectionFailsEveryKind) {
+    BSTR s = COM_SysAllocString(W("old"));
+    EXPECT_EQ(COM_SysReAllocString(&s, W("newer")), 1);
+    EXPECT_EQ(Narrow(s, COM_SysStringLen(s)), "newer");
     EXPECT_EQ(COM_SysReAllocString(&s, nullptr), 1);
     EXPECT_EQ(s, nullptr);
-    EXPECT_EQ(COM_SysReAllocString(nullptr, W("x").c_str()), 0);
-}
+    EXPECT_EQ(COM_SysReAllocString(nullptr, W("x")), 0);
 
-TEST_F(BstrTest, FaultInjectionSkipsThenFailsEveryKindOfAllocation) {
     KESTO_FaultInjectStrings(1, 3);
-    BSTR kept = COM_SysAllocString(W("kept").c_str());  // the one skipped
+    BSTR kept = COM_SysAllocString(W("kept"));  // the one skipped
     ASSERT_NE(kept, nullptr);
-    EXPECT_EQ(COM_SysAllocString(W("a").c_str()), nullptr);
+    EXPECT_EQ(COM_SysAllocString(W("a")), nullptr);
     EXPECT_EQ(COM_SysAllocStringLen(nullptr, 2), nullptr);
-    EXPECT_EQ(COM_SysReAllocString(&kept, W("b").c_str()), 0);
-    EXPECT_EQ(Narrow(kept), "kept") << "a failed reallocation leaves the string untouched";
+    EXPECT_EQ(COM_SysReAllocString(&kept, W("b")), 0);
     EXPECT_EQ(KESTO_FaultInjectedFailures(), 3u);
-
-    BSTR after = COM_SysAllocString(W("after").c_str());
-    EXPECT_NE(after, nullptr) << "only `count` allocations fail";
-    COM_SysFreeString(after);
-    COM_SysFreeString(kept);
+    EXPECT_EQ(Take(kept), "kept") << "a failed reallocation leaves the string untouched";
+    EXPECT_EQ(Take(COM_SysAllocString(W("after"))), "after") << "only `count` allocations fail";
 }
 
 }  // namespace

@@ -67,6 +67,7 @@ HRESULT CVantleAssistant::GetClassMemberType(CBSTR className, CBSTR memberName, 
     if (FAILED(m_pTNodeManager->GetClassNode(utlOrEmpty(normalized), &node))) return S_FALSE;
 
     // Methods first: a property of the same name is never reached.
+    const utlMemberName wanted(memberName);
     HRESULT hr;
     {
         CollectionHolder methods;
@@ -78,7 +79,7 @@ HRESULT CVantleAssistant::GetClassMemberType(CBSTR className, CBSTR memberName, 
         for (;;) {
             hr = methods->Next(&name, &values);
             if (FAILED(hr) || name.IsNull()) break;
-            if (!utlMemberNameEquals(name, memberName)) continue;
+            if (!wanted.Matches(name)) continue;
             *kind = SYMBOL_MEMBERMETHOD;
             if (!values.IsNull()) *type = utlTextAfterColon(values);
             return hr;
@@ -95,7 +96,7 @@ HRESULT CVantleAssistant::GetClassMemberType(CBSTR className, CBSTR memberName, 
     for (;;) {
         hr = properties->Next(&name, &values);
         if (FAILED(hr) || name.IsNull()) return hr;
-        if (!utlMemberNameEquals(name, memberName)) continue;
+        if (!wanted.Matches(name)) continue;
         *kind = SYMBOL_PROPERTY;
         PropertyAnswer answer(values);
         bool normalize = false;

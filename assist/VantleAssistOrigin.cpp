@@ -49,12 +49,13 @@ HRESULT CVantleAssistant::GetMemberOrigin(CBSTR className, CBSTR memberName, SYM
     utlWString query = utlJoin({S_A_String0006, XXXXorigin});
     CollectionHolder members;
     node->OpenChildren(childKind, query.c_str(), m_includeInherited, &members);
+    const utlMemberName wanted(memberName);
     utlAutoBSTR name;
     utlAutoBSTR values;
     for (;;) {
         hr = members->Next(&name, &values);
         if (FAILED(hr) || name.IsNull()) return hr;
-        if (!utlMemberNameEquals(name, memberName)) continue;
+        if (!wanted.Matches(name)) continue;
         if (!values.IsNull()) *origin = utlTextAfterColon(values);
         return S_OK;
     }

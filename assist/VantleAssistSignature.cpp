@@ -151,12 +151,13 @@ HRESULT CVantleAssistant::GetMethodSignature(CBSTR className, CBSTR methodName, 
             hr = node->OpenChildren(TNODEclassmethod, query.c_str(), m_includeInherited, &methods);
             if (SUCCEEDED(hr)) {
                 hr = S_FALSE;
+                const utlMemberName wanted(methodName);
                 utlAutoBSTR name;
                 utlAutoBSTR values;
                 for (;;) {
                     HRESULT step = methods->Next(&name, &values);
                     if (FAILED(step) || name.IsNull()) break;
-                    if (!utlMemberNameEquals(name, methodName)) continue;
+                    if (!wanted.Matches(name)) continue;
                     int position = 0;
                     utlAutoBSTR returnType(TNodePiece(values, position));
                     utlAutoBSTR formalSpec(TNodePiece(values, position));

@@ -29,16 +29,29 @@ inline utlWString utlJoin(std::initializer_list<const unsigned short*> parts) {
     return joined;
 }
 
-inline bool utlMemberNameEquals(CBSTR name, CBSTR wanted) {
-    if (name == nullptr || wanted == nullptr) return false;
-    unsigned long wantedLength = 0;
-    while (wanted[wantedLength] != 0) ++wantedLength;
-    if (COM_SysStringLen(name) != wantedLength) return false;
-    for (unsigned long i = 0; i < wantedLength; ++i) {
-        if (name[i] != wanted[i]) return false;
+// The name a member query looks for, measured once: the query compares it with
+// every child it walks.
+class utlMemberName {
+public:
+    explicit utlMemberName(CBSTR wanted) : m_wanted(wanted), m_length(0) {
+        if (wanted != nullptr)
+            while (wanted[m_length] != 0) ++m_length;
     }
-    return true;
-}
+
+    bool Matches(CBSTR name) const {
+        if (name == nullptr || m_wanted == nullptr || COM_SysStringLen(name) != m_length) return false;
+        for (unsigned int i = 0; i < m_length; ++i) {
+            if (name[i] != m_wanted[i]) return false;
+        }
+        return true;
+    }
+
+private:
+    CBSTR m_wanted;
+    unsigned int m_length;
+};
+
+inline bool utlMemberNameEquals(CBSTR name, CBSTR wanted) { return utlMemberName(wanted).Matches(name); }
 
 // The unit at `position` of a keyword answer, or NUL past its end.
 inline unsigned short utlValueAt(const utlAutoBSTR& values, unsigned long position) {

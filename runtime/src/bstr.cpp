@@ -1,15 +1,33 @@
 // BSTR allocation: a 32-bit byte count, the units, a 16-bit zero.
+//
+// An editor's member queries take and give back two short strings for every child
+// they walk, so short strings are the hot path of the whole runtime. Each thread
+// keeps the blocks of the short strings it freed, by size class, and hands them out
+// again; it also keeps its own count of live strings, so that neither an allocation
+// nor a free takes a lock or an atomic read-modify-write. Under the address
+// sanitizer every string is a plain malloc/free, so that it sees each one.
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <mutex>
+#include <vector>
 
 #include "kesto/com.h"
 #include "kesto/diagnostics.h"
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KESTO_PLAIN_STRING_BLOCKS 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define KESTO_PLAIN_STRING_BLOCKS 1
+#endif
+
 namespace {
 
-std::atomic<long> g_liveStrings{0};
 std::atomic<unsigned long> g_faultSkip{0};
 std::atomic<unsigned long> g_faultCount{0};
 std::atomic<unsigned long> g_faultFailures{0};
@@ -26,7 +44,7 @@ struct FaultFromEnvironment {
 } g_faultFromEnvironment;
 
 // True when fault injection wants this allocation to fail.
-bool InjectFailure() {
+[[gnu::noinline]] bool InjectFailure() {
     if (g_faultCount.load(std::memory_order_relaxed) == 0) return false;
     unsigned long skip = g_faultSkip.load(std::memory_order_relaxed);
     if (skip > 0) {
@@ -39,19 +57,202 @@ bool InjectFailure() {
 }
 
 constexpr std::uint32_t kMaxUnits = (0xFFFFFFFFu - 2u) / 2u;
+constexpr std::size_t kPrefix = sizeof(std::uint32_t);
+
+// Blocks of up to kLargestKept bytes are rounded up to their size class and kept
+// for reuse: sizes grow by 16 bytes up to 256 bytes (names and short answers), then
+// by 256 bytes (formal specs, lists). A thread keeps at most kKeptBytes of them.
+constexpr std::size_t kSmallClasses = 16;
+constexpr std::size_t kClassCount = 31;
+constexpr std::size_t kLargestKept = 4096;
+constexpr std::size_t kKeptBytes = 256 * 1024;
+
+std::size_t BlockBytes(std::uint32_t bytes) { return kPrefix + bytes + 2u; }
+// The size class of a block, or kClassCount when blocks of this size are not kept.
+std::size_t ClassOf(std::size_t blockBytes) {
+    if (blockBytes <= 256) return (blockBytes - 1) >> 4;
+    if (blockBytes <= kLargestKept) return kSmallClasses - 1 + ((blockBytes - 1) >> 8);
+    return kClassCount;
+}
+std::size_t ClassBytes(std::size_t c) { return c < kSmallClasses ? (c + 1) * 16 : (c + 2 - kSmallClasses) * 256; }
+
+struct FreeBlock {
+    FreeBlock* next;
+};
+
+// One thread's string state, made when the thread first allocates or frees a
+// string and dropped when it ends (ThreadExit below).
+struct ThreadStrings {
+    std::atomic<long> live{0};  // written by its thread only; read by LiveStringCount
+    FreeBlock* kept[kClassCount] = {};
+    std::size_t keptBytes = 0;
+};
+
+// The calling thread's state; kFreshThread until it is made, kEndedThread once the
+// thread is ending: its strings are then counted globally and not kept.
+ThreadStrings* const kFreshThread = nullptr;
+ThreadStrings* const kEndedThread = reinterpret_cast<ThreadStrings*>(alignof(ThreadStrings));
+
+#if defined(__GNUC__)
+__attribute__((tls_model("initial-exec")))
+#endif
+thread_local ThreadStrings* t_strings = kFreshThread;
+
+// Threads with a state, and the net count of strings of those that have ended.
+std::mutex g_threadsMutex;
+std::vector<ThreadStrings*>& Threads() {
+    static auto* threads = new std::vector<ThreadStrings*>();  // outlives every thread's exit
+    return *threads;
+}
+std::atomic<long> g_liveOfEndedThreads{0};
+
+struct ThreadExit {
+    ~ThreadExit() {
+        ThreadStrings* mine = t_strings;
+        t_strings = kEndedThread;
+        if (mine == kFreshThread || mine == kEndedThread) return;
+        for (FreeBlock*& list : mine->kept) {
+            while (FreeBlock* block = list) {
+                list = block->next;
+                std::free(block);
+            }
+        }
+        {
+            std::lock_guard<std::mutex> lock(g_threadsMutex);
+            g_liveOfEndedThreads.fetch_add(mine->live.load(std::memory_order_relaxed), std::memory_order_relaxed);
+            auto& threads = Threads();
+            for (auto it = threads.begin(); it != threads.end(); ++it) {
+                if (*it == mine) {
+                    threads.erase(it);
+                    break;
+                }
+            }
+        }
+        delete mine;
+    }
+};
+
+// Makes the calling thread's state; NULL when the thread is ending or there is no
+// memory for it (such strings are counted globally and not kept).
+[[gnu::noinline]] ThreadStrings* RegisterThread() {
+    if (t_strings == kEndedThread) return nullptr;
+    try {
+        auto mine = std::make_unique<ThreadStrings>();
+        static thread_local ThreadExit exitHook;
+        (void)exitHook;
+        {
+            std::lock_guard<std::mutex> lock(g_threadsMutex);
+            Threads().push_back(mine.get());
+        }
+        t_strings = mine.get();
+        return mine.release();
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+inline ThreadStrings* ActiveThread() {
+    ThreadStrings* mine = t_strings;
+    if (reinterpret_cast<std::uintptr_t>(mine) > reinterpret_cast<std::uintptr_t>(kEndedThread)) [[likely]]
+        return mine;
+    return RegisterThread();
+}
+
+inline void CountLive(ThreadStrings* thread, long delta) {
+    if (thread != nullptr)
+        thread->live.store(thread->live.load(std::memory_order_relaxed) + delta, std::memory_order_relaxed);
+    else
+        g_liveOfEndedThreads.fetch_add(delta, std::memory_order_relaxed);
+}
+
+// A fresh block of at least `blockBytes`: of the whole class size when blocks of this
+// size are kept, since any thread may keep it once it is freed and hand it out for
+// the longest string of its class.
+[[gnu::noinline]] void* NewBlock(std::size_t blockBytes) {
+#if !defined(KESTO_PLAIN_STRING_BLOCKS)
+    std::size_t c = ClassOf(blockBytes);
+    if (c < kClassCount) blockBytes = ClassBytes(c);
+#endif
+    return std::malloc(blockBytes);
+}
+
+inline void* TakeBlock(ThreadStrings* thread, std::size_t blockBytes) {
+#if !defined(KESTO_PLAIN_STRING_BLOCKS)
+    std::size_t c = ClassOf(blockBytes);
+    if (c < kClassCount && thread != nullptr) {
+        if (FreeBlock* block = thread->kept[c]) {
+            thread->kept[c] = block->next;
+            thread->keptBytes -= ClassBytes(c);
+            return block;
+        }
+    }
+#else
+    (void)thread;
+#endif
+    return NewBlock(blockBytes);
+}
+
+inline void GiveBlock(ThreadStrings* thread, void* block, std::size_t blockBytes) {
+#if !defined(KESTO_PLAIN_STRING_BLOCKS)
+    std::size_t c = ClassOf(blockBytes);
+    if (c < kClassCount && thread != nullptr && thread->keptBytes + ClassBytes(c) <= kKeptBytes) {
+        auto* kept = static_cast<FreeBlock*>(block);
+        kept->next = thread->kept[c];
+        thread->kept[c] = kept;
+        thread->keptBytes += ClassBytes(c);
+        return;
+    }
+#else
+    (void)thread;
+    (void)blockBytes;
+#endif
+    std::free(block);
+}
+
+// Most strings are a name or a short answer: copied in a few overlapping words they
+// spare the call to memcpy, which costs more than the copy itself at these lengths.
+// Copies n bytes, kWord <= n <= 2 * kWord, as one word from each end.
+template <std::size_t kWord>
+inline void CopyEnds(unsigned char* to, const unsigned char* from, std::size_t n) {
+    unsigned char head[kWord];
+    unsigned char tail[kWord];
+    std::memcpy(head, from, kWord);
+    std::memcpy(tail, from + n - kWord, kWord);
+    std::memcpy(to, head, kWord);
+    std::memcpy(to + n - kWord, tail, kWord);
+}
+
+inline void CopyBytes(unsigned char* to, const unsigned char* from, std::size_t n) {
+    if (n >= 32) {
+        if (n > 64) {
+            std::memcpy(to, from, n);
+            return;
+        }
+        CopyEnds<16>(to, from, 32);
+        CopyEnds<16>(to + n - 32, from + n - 32, 32);
+        return;
+    }
+    if (n >= 16) return CopyEnds<16>(to, from, n);
+    if (n >= 8) return CopyEnds<8>(to, from, n);
+    if (n >= 4) return CopyEnds<4>(to, from, n);
+    if (n >= 2) CopyEnds<2>(to, from, n);
+}
 
 BSTR Allocate(const unsigned short* text, unsigned int length) {
-    if (length > kMaxUnits || InjectFailure()) return nullptr;
+    if (length > kMaxUnits) return nullptr;
+    if (g_faultCount.load(std::memory_order_relaxed) != 0 && InjectFailure()) [[unlikely]]
+        return nullptr;
     std::uint32_t bytes = length * 2u;
-    auto* block = static_cast<unsigned char*>(std::malloc(sizeof(std::uint32_t) + bytes + 2u));
+    ThreadStrings* thread = ActiveThread();
+    auto* block = static_cast<unsigned char*>(TakeBlock(thread, BlockBytes(bytes)));
     if (block == nullptr) return nullptr;
     std::memcpy(block, &bytes, sizeof bytes);
-    auto* units = reinterpret_cast<unsigned short*>(block + sizeof(std::uint32_t));
+    auto* units = reinterpret_cast<unsigned short*>(block + kPrefix);
     // A NULL text reserves the units for the caller to fill: clearing them would cost
     // as much again as the copy that every builder makes right after.
-    if (text != nullptr) std::memcpy(units, text, bytes);
+    if (text != nullptr) CopyBytes(block + kPrefix, reinterpret_cast<const unsigned char*>(text), bytes);
     units[length] = 0;
-    g_liveStrings.fetch_add(1, std::memory_order_relaxed);
+    CountLive(thread, 1);
     return units;
 }
 
@@ -59,6 +260,12 @@ unsigned int UnitsUpToZero(const unsigned short* text) {
     unsigned int n = 0;
     while (text[n] != 0) ++n;
     return n;
+}
+
+std::uint32_t ByteCount(const unsigned short* string) {
+    std::uint32_t bytes;
+    std::memcpy(&bytes, reinterpret_cast<const unsigned char*>(string) - kPrefix, sizeof bytes);
+    return bytes;
 }
 
 }  // namespace
@@ -88,15 +295,14 @@ int COM_SysReAllocString(BSTR* string, const unsigned short* text) {
 
 unsigned int COM_SysStringLen(const unsigned short* string) {
     if (string == nullptr) return 0;
-    std::uint32_t bytes;
-    std::memcpy(&bytes, reinterpret_cast<const unsigned char*>(string) - sizeof bytes, sizeof bytes);
-    return bytes / 2u;
+    return ByteCount(string) / 2u;
 }
 
 void COM_SysFreeString(BSTR string) {
     if (string == nullptr) return;
-    g_liveStrings.fetch_sub(1, std::memory_order_relaxed);
-    std::free(reinterpret_cast<unsigned char*>(string) - sizeof(std::uint32_t));
+    ThreadStrings* thread = ActiveThread();
+    CountLive(thread, -1);
+    GiveBlock(thread, reinterpret_cast<unsigned char*>(string) - kPrefix, BlockBytes(ByteCount(string)));
 }
 
 void KESTO_FaultInjectStrings(unsigned long skip, unsigned long count) {
@@ -107,6 +313,11 @@ void KESTO_FaultInjectStrings(unsigned long skip, unsigned long count) {
 
 unsigned long KESTO_FaultInjectedFailures() { return g_faultFailures.load(std::memory_order_relaxed); }
 
-long KESTO_LiveStringCount() { return g_liveStrings.load(std::memory_order_relaxed); }
+long KESTO_LiveStringCount() {
+    std::lock_guard<std::mutex> lock(g_threadsMutex);
+    long total = g_liveOfEndedThreads.load(std::memory_order_relaxed);
+    for (const ThreadStrings* thread : Threads()) total += thread->live.load(std::memory_order_relaxed);
+    return total;
+}
 
 }  // extern "C"

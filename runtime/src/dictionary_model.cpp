@@ -120,4 +120,16 @@ std::shared_ptr<const MemberList> Dictionary::Members(const std::shared_ptr<cons
     return slot;
 }
 
+std::shared_ptr<MemberAnswers> Dictionary::Answers(const std::vector<std::uint8_t>& query) const {
+    for (const auto& kept : answers_) {
+        if (kept->query == query) return kept;
+    }
+    auto fresh = std::make_shared<MemberAnswers>();
+    fresh->query = query;
+    fresh->byMember.assign(members_.size(), TextRef{MemberAnswers::kNotFormatted, 0});
+    if (answers_.size() >= kKeptQueries) answers_.erase(answers_.begin());
+    answers_.push_back(fresh);
+    return fresh;
+}
+
 }  // namespace kesto

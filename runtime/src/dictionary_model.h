@@ -1,8 +1,8 @@
 // The loaded form of a class dictionary.
 //
 // A Dictionary is built once by the loader and never changes afterwards, except
-// for its caches of merged member lists, which are filled on demand and may be
-// dropped at any time (DropCaches). All texts live in one pool of 16-bit units and
+// for its caches of merged member lists and of members' answers to keyword queries,
+// which are filled on demand and may be dropped at any time (DropCaches). All texts live in one pool of 16-bit units and
 // are referred to by TextRef; names compare and sort by code-unit value. Member
 // lists are vectors of member indices sorted by name, shared through shared_ptr
 // so that an open enumeration keeps its list alive across DropCaches.
@@ -45,6 +45,18 @@ struct MemberRecord {
 };
 
 using MemberList = std::vector<std::uint32_t>;
+
+// The answers of members to one keyword query, formatted the first time an
+// enumeration asks for a member and kept: an editor sends the same few queries over
+// the same classes on every keystroke. `query` holds the keywords asked, as codes
+// that only the tree's keyword layer reads.
+struct MemberAnswers {
+    static constexpr std::uint32_t kNotFormatted = 0xFFFFFFFFu;
+
+    std::vector<std::uint8_t> query;
+    std::vector<TextRef> byMember;  // offset kNotFormatted until formatted
+    std::u16string text;
+};
 
 struct ClassRecord {
     TextRef name;
@@ -89,7 +101,16 @@ public:
     std::shared_ptr<const MemberList> Members(const std::shared_ptr<const Dictionary>& self, std::uint32_t index,
                                               MemberKind kind, bool inherited) const;
 
-    void DropCaches() const { merged_.clear(); }
+    // The kept answers to `query`, empty when it was not asked before. At most
+    // kKeptQueries are kept; the longest kept gives way to a new one (whoever holds
+    // it keeps it alive).
+    static constexpr std::size_t kKeptQueries = 16;
+    std::shared_ptr<MemberAnswers> Answers(const std::vector<std::uint8_t>& query) const;
+
+    void DropCaches() const {
+        merged_.clear();
+        answers_.clear();
+    }
 
     // Building (the loader).
     std::vector<ClassRecord>& MutableClasses() { return classes_; }
@@ -109,6 +130,7 @@ private:
     std::vector<MemberRecord> members_;
     std::vector<std::uint32_t> byName_;
     mutable std::vector<std::array<std::shared_ptr<const MemberList>, kMemberKindCount>> merged_;
+    mutable std::vector<std::shared_ptr<MemberAnswers>> answers_;
 };
 
 }  // namespace kesto

@@ -1,6 +1,8 @@
 // One enumeration of a class node's children.
 #include "tnode_objects.h"
 
+#include <new>
+
 namespace kesto {
 
 BSTR AllocBstr(std::u16string_view text) {
@@ -29,16 +31,23 @@ HRESULT TNodeCollection::Next(BSTR* name, BSTR* values) {
     if (name == nullptr || values == nullptr) return E_POINTER;
     *name = nullptr;
     *values = nullptr;
-    if (next_ >= members_->size()) return S_FALSE;
-    const MemberRecord& member = dictionary_->Member((*members_)[next_]);
-    try {
-        scratch_.clear();
-        for (Keyword keyword : query_) AppendPiece(scratch_, MemberKeywordValue(*dictionary_, member, keyword));
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
+    const MemberList& members = *members_;
+    if (next_ >= members.size()) return S_FALSE;
+    const Dictionary& dictionary = *dictionary_;
+    const std::uint32_t index = members[next_];
+    const MemberRecord& member = dictionary.Member(index);
+
+    MemberAnswers& answers = *answers_;
+    TextRef& answer = answers.byMember[index];
+    if (answer.offset == MemberAnswers::kNotFormatted) {
+        try {
+            answer = AppendMemberAnswer(answers.text, dictionary, member, answers.query);
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY;
+        }
     }
-    BSTR newName = AllocBstr(dictionary_->Text(member.name));
-    BSTR newValues = AllocBstr(scratch_);
+    BSTR newName = AllocBstr(dictionary.Text(member.name));
+    BSTR newValues = AllocBstr(std::u16string_view(answers.text.data() + answer.offset, answer.length));
     if (newName == nullptr || newValues == nullptr) {
         // Not consumed: the caller may try this entry again.
         COM_SysFreeString(newName);

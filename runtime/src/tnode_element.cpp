@@ -86,8 +86,11 @@ HRESULT TNodeElement::OpenChildren(CBSTR childKind, CBSTR keywordQuery, int incl
     try {
         std::vector<Keyword> query;
         if (!ParseKeywordQuery(ViewOf(keywordQuery), NodeKindOf(kind), &query)) return E_INVALIDARG;
+        std::vector<std::uint8_t> codes;
+        for (Keyword keyword : query) codes.push_back(static_cast<std::uint8_t>(keyword));
+        auto answers = dictionary_->Answers(codes);
         auto members = dictionary_->Members(dictionary_, class_, kind, includeInherited != 0);
-        auto* collection = new TNodeCollection(dictionary_, std::move(members), std::move(query));
+        auto* collection = new TNodeCollection(dictionary_, std::move(members), std::move(answers));
         collection->AddRef();
         *out = collection;
         return S_OK;

@@ -1,6 +1,8 @@
 // Keyword subscripts and pieces.
 #include "tnode_keywords.h"
 
+#include <new>
+
 namespace kesto {
 namespace {
 
@@ -149,6 +151,15 @@ void AppendPiece(std::u16string& out, std::u16string_view text) {
     while (count > 0) out.push_back(digits[--count]);
     out.push_back(u':');
     out.append(text);
+}
+
+TextRef AppendMemberAnswer(std::u16string& out, const Dictionary& dictionary, const MemberRecord& member,
+                           const std::vector<std::uint8_t>& query) {
+    const std::size_t start = out.size();
+    for (std::uint8_t code : query) AppendPiece(out, MemberKeywordValue(dictionary, member, static_cast<Keyword>(code)));
+    // Places are 32-bit; a text pool that outgrew them is as good as out of memory.
+    if (out.size() > 0xFFFFFFFFu) throw std::bad_alloc();
+    return TextRef{static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(out.size() - start)};
 }
 
 }  // namespace kesto

@@ -50,6 +50,11 @@ std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_
 // Appends one piece holding `text`.
 void AppendPiece(std::u16string& out, std::u16string_view text);
 
+// Appends a member's answer to a keyword query (one piece per keyword, in query
+// order; `query` as kept in MemberAnswers) and returns where it was put.
+TextRef AppendMemberAnswer(std::u16string& out, const Dictionary& dictionary, const MemberRecord& member,
+                           const std::vector<std::uint8_t>& query);
+
 }  // namespace kesto
 
 #endif  // KESTO_RUNTIME_TNODE_KEYWORDS_H_

@@ -79,8 +79,8 @@ private:
 class TNodeCollection final : public COM_IStringCollection {
 public:
     TNodeCollection(std::shared_ptr<const Dictionary> dictionary, std::shared_ptr<const MemberList> members,
-                    std::vector<Keyword> query)
-        : dictionary_(std::move(dictionary)), members_(std::move(members)), query_(std::move(query)) {}
+                    std::shared_ptr<MemberAnswers> answers)
+        : dictionary_(std::move(dictionary)), members_(std::move(members)), answers_(std::move(answers)) {}
 
     HRESULT QueryInterface(const COM_GUID& iid, void** out) override;
     unsigned long AddRef() override { return ++references_; }
@@ -92,9 +92,8 @@ private:
     unsigned long references_ = 0;
     std::shared_ptr<const Dictionary> dictionary_;
     std::shared_ptr<const MemberList> members_;
-    std::vector<Keyword> query_;
+    std::shared_ptr<MemberAnswers> answers_;  // shared with the dictionary's cache
     std::size_t next_ = 0;
-    std::u16string scratch_;  // reused for every entry's values
 };
 
 }  // namespace kesto

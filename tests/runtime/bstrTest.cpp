@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <cstring>
+#include <thread>
+#include <vector>
 
 #include "fixtures/TestText.h"
 #include "kesto/diagnostics.h"
@@ -71,6 +73,43 @@ TEST_F(BstrTest, ReAllocReplacesTheStringAndFaultInjectionFailsEveryKind) {
     EXPECT_EQ(KESTO_FaultInjectedFailures(), 3u);
     EXPECT_EQ(Take(kept), "kept") << "a failed reallocation leaves the string untouched";
     EXPECT_EQ(Take(COM_SysAllocString(W("after"))), "after") << "only `count` allocations fail";
+}
+
+// Freed blocks are handed out again by size class, and short strings are copied
+// word by word: every length, through reuse of blocks that held longer text, must
+// come out exact and terminated.
+TEST_F(BstrTest, EveryLengthIsCopiedExactlyThroughReusedBlocks) {
+    std::u16string source;
+    for (int i = 0; i < 5000; ++i) source.push_back(static_cast<char16_t>(u'A' + i % 26));
+    for (int round = 0; round < 2; ++round) {
+        for (unsigned length : {0u, 1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 32u, 33u, 100u, 125u, 126u,
+                                127u, 128u, 1000u, 2045u, 2046u, 4999u}) {
+            const auto* text = reinterpret_cast<const unsigned short*>(source.c_str()) + round;  // odd starts too
+            BSTR s = COM_SysAllocStringLen(text, length);
+            ASSERT_NE(s, nullptr);
+            ASSERT_EQ(COM_SysStringLen(s), length);
+            EXPECT_EQ(std::memcmp(s, text, length * 2u), 0) << "length " << length;
+            EXPECT_EQ(s[length], 0) << "length " << length;
+            COM_SysFreeString(s);
+        }
+    }
+}
+
+TEST_F(BstrTest, LiveCountFollowsStringsAcrossThreads) {
+    std::vector<BSTR> fromWorker;
+    std::thread worker([&fromWorker] {
+        for (int i = 0; i < 10; ++i) fromWorker.push_back(COM_SysAllocString(W("made elsewhere")));
+        COM_SysFreeString(COM_SysAllocString(W("gone before the end")));
+    });
+    worker.join();
+    EXPECT_EQ(KESTO_LiveStringCount(), m_liveAtStart + 10) << "an ended thread's strings still count";
+
+    BSTR fromMain = COM_SysAllocString(W("freed elsewhere"));
+    std::thread freer([&] {
+        for (BSTR s : fromWorker) COM_SysFreeString(s);
+        COM_SysFreeString(fromMain);
+    });
+    freer.join();
 }
 
 }  // namespace

@@ -3,48 +3,23 @@
 // AssistTest makes the service the way an editor does (GetClassObject, the class
 // factory, CreateInstance) next to a fresh fake class tree, and checks after each
 // test that the service gave back every reference and string it took and that the
-// module lock count is where it was.
+// module lock count is where it was. Strings handed out are read with Take(),
+// which shows NULL as "(null)".
 #ifndef VANTLE_TESTS_ASSIST_ASSISTTESTSUPPORT_H_
 #define VANTLE_TESTS_ASSIST_ASSISTTESTSUPPORT_H_
 
 #include <gtest/gtest.h>
 
-#include <optional>
-#include <string>
-#include <utility>
-
 #include "assist/VantleAssistInterfaces.h"
 #include "fixtures/FakeClassTree.h"
+#include "fixtures/TestText.h"
 #include "kesto/diagnostics.h"
 #include "sys/sysCom.h"
 
-using fakes::Text;
 using fakes::TreeCall;
 
-// A NUL-terminated 16-bit copy of a literal, for passing strings in.
-class W {
-public:
-    W(const char16_t* text) : m_units(fakes::ToUnits(text)) {}  // NOLINT: implicit on purpose
-    operator CBSTR() const { return m_units.c_str(); }
-
-private:
-    std::basic_string<unsigned short> m_units;
-};
-
-// The text of a string handed out, which is freed; nullopt for NULL.
-inline std::optional<Text> Take(BSTR text) {
-    if (text == nullptr) return std::nullopt;
-    Text converted = fakes::BstrToText(text);
-    COM_SysFreeString(text);
-    return converted;
-}
-
-// A table cell: nullptr stands for "no string at all".
-inline std::optional<Text> Opt(const char16_t* text) { return text ? std::optional<Text>(text) : std::nullopt; }
-
-// A result code with the string that came with it.
-using Result = std::pair<HRESULT, std::optional<Text>>;
-inline Result NoText(HRESULT hr) { return Result(hr, std::nullopt); }
+// A result code with the text that came with it.
+using Result = std::pair<HRESULT, std::string>;
 
 // Names parameterised cases by their `name` field.
 inline auto ByName = [](const auto& info) { return std::string(info.param.name); };
@@ -54,8 +29,7 @@ const HRESULT kTreeError = static_cast<HRESULT>(0x80670001);
 // the binary contract does. References travel as pointers.
 template <typename R, typename... Args>
 R CallSlot(void* object, int slot, Args... args) {
-    using Function = R (*)(void*, Args...);
-    return (*static_cast<Function**>(object))[slot](object, args...);
+    return (*static_cast<R (***)(void*, Args...)>(object))[slot](object, args...);
 }
 
 // Runs `call` with the n-th string allocation failing, n = 0, 1, ..., until none is
@@ -77,33 +51,40 @@ auto UnderStringFailures(Call call, Check check, unsigned long limit) {
 
 class AssistTest : public ::testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
-
-    // The service's other interfaces; released in TearDown.
-    COM_IVantleAssistEx* AssistEx() { return Query(m_ex, COM_IID_IVantleAssistEx); }
-    COM_IVantleAssist2* Assist2() { return Query(m_two, COM_IID_IVantleAssist2); }
-    COM_IVantleAssist3* Assist3() { return Query(m_three, COM_IID_IVantleAssist3); }
+    void SetUp() override {
+        COM_IClassFactory* factory = nullptr;
+        ASSERT_EQ(GetClassObject(COM_CLSID_VantleAssist, COM_IID_IClassFactory, reinterpret_cast<void**>(&factory)),
+                  S_OK);
+        HRESULT hr = factory->CreateInstance(COM_IID_IVantleAssist, reinterpret_cast<void**>(&assist));
+        factory->Release();
+        ASSERT_EQ(hr, S_OK);
+        for (auto [iid, slot] : {std::pair{&COM_IID_IVantleAssistEx, reinterpret_cast<void**>(&assistEx)},
+                                 std::pair{&COM_IID_IVantleAssist2, reinterpret_cast<void**>(&assist2)},
+                                 std::pair{&COM_IID_IVantleAssist3, reinterpret_cast<void**>(&assist3)}}) {
+            ASSERT_EQ(assist->QueryInterface(*iid, slot), S_OK);
+            assist->Release();  // the tests hold one reference for all four interfaces
+        }
+    }
+    void TearDown() override {
+        if (assist != nullptr) { EXPECT_EQ(assist->Release(), 0u); }
+        EXPECT_EQ(tree.OutstandingReferences(), 0) << "the service kept references to the tree";
+        EXPECT_EQ(tree.LiveObjects(), 0) << "nodes or collections were never released";
+        EXPECT_EQ(tree.OverReleases(), 0) << "the service released references it did not hold";
+        EXPECT_EQ(KESTO_LiveStringCount(), m_strings) << "strings were leaked";
+        EXPECT_EQ(g_theModule.GetLockCount(), m_locks);
+    }
 
     void InitializeWithTree() { ASSERT_EQ(assist->Initialize(tree.Manager()), S_OK); }
 
     fakes::FakeClassTree tree;
     COM_IVantleAssist* assist = nullptr;
+    COM_IVantleAssistEx* assistEx = nullptr;
+    COM_IVantleAssist2* assist2 = nullptr;
+    COM_IVantleAssist3* assist3 = nullptr;
 
 private:
-    template <typename I>
-    I* Query(I*& slot, const COM_GUID& iid) {
-        if (slot == nullptr) {
-            EXPECT_EQ(assist->QueryInterface(iid, reinterpret_cast<void**>(&slot)), S_OK);
-        }
-        return slot;
-    }
-
-    long m_strings = 0;
-    int m_locks = 0;
-    COM_IVantleAssistEx* m_ex = nullptr;
-    COM_IVantleAssist2* m_two = nullptr;
-    COM_IVantleAssist3* m_three = nullptr;
+    long m_strings = KESTO_LiveStringCount();
+    int m_locks = g_theModule.GetLockCount();
 };
 
 #endif  // VANTLE_TESTS_ASSIST_ASSISTTESTSUPPORT_H_

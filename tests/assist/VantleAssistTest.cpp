@@ -7,7 +7,6 @@
 
 namespace {
 
-
 // Raw slot numbers of the binary contract.
 enum Slot {
     kQueryInterface = 2, kAddRef = 3, kRelease = 4, kCreateInstance = 5, kInitialize = 5, kSetSymbol = 7,
@@ -24,23 +23,20 @@ void* RawQuery(void* object, const COM_GUID& iid) {
 TEST(ServiceObject, EditorDrivesEveryInterfaceThroughTableSlots) {
     fakes::FakeClassTree tree;
     tree.AddClass(u"Shop.Item").Property(u"Price").Set(u"2", u"Top").Set(u"14", u"0");
-    long strings = KESTO_LiveStringCount();
-    int locks = g_theModule.GetLockCount();
-
-    void* factory = nullptr;
+    const long strings = KESTO_LiveStringCount();
+    const int locks = g_theModule.GetLockCount();
+    void *factory = nullptr, *unknown = nullptr;
     ASSERT_EQ(GetClassObject(COM_CLSID_VantleAssist, COM_IID_IClassFactory, &factory), S_OK);
-    EXPECT_EQ(CanUnloadNow(), S_FALSE);
-    void* unknown = nullptr;
     ASSERT_EQ(CallSlot<HRESULT>(factory, kCreateInstance, &COM_IID_IUnknown, &unknown), S_OK);
     CallSlot<unsigned long>(factory, kRelease);
-    EXPECT_EQ(g_theModule.GetLockCount(), locks + 1);  // one unit for the live object
+    EXPECT_EQ(g_theModule.GetLockCount(), locks + 1) << "one unit for the live object";
 
     void* assist = RawQuery(unknown, COM_IID_IVantleAssist);
     void* assistEx = RawQuery(unknown, COM_IID_IVantleAssistEx);
     void* assist2 = RawQuery(unknown, COM_IID_IVantleAssist2);
     void* assist3 = RawQuery(unknown, COM_IID_IVantleAssist3);
     void* identity = RawQuery(assist3, COM_IID_IUnknown);
-    EXPECT_EQ(identity, unknown);  // the same identity from any interface
+    EXPECT_EQ(identity, unknown) << "the same identity from any interface";
     EXPECT_EQ(CallSlot<unsigned long>(assist2, kAddRef), 7u);
 
     EXPECT_EQ(CallSlot<HRESULT>(assist, kInitialize, tree.Manager()), S_OK);
@@ -48,24 +44,25 @@ TEST(ServiceObject, EditorDrivesEveryInterfaceThroughTableSlots) {
     MEMBER_FILTER_FLAGS flags{};
     EXPECT_EQ(CallSlot<HRESULT>(assist, kGetFlags, &flags), S_OK);
     EXPECT_EQ(flags, MEMBER_PROPERTIES);
-    EXPECT_EQ(CallSlot<HRESULT>(assistEx, kSetRelativeClassName, static_cast<CBSTR>(W(u"Shop.Basket"))), S_OK);
-    W itemText(u"Shop.Item"), priceText(u"Price"), xText(u"x"), oneText(u"1");
-    CBSTR item = itemText, price = priceText, x = xText, one = oneText;
+    const W relative(u"Shop.Basket"), item(u"Shop.Item"), price(u"Price"), x(u"x"), one(u"1");
+    EXPECT_EQ(CallSlot<HRESULT>(assistEx, kSetRelativeClassName, static_cast<CBSTR>(relative)), S_OK);
     BSTR out = nullptr;
-    EXPECT_EQ(CallSlot<HRESULT>(assist, kGetClassMembers, item, 0, &out), S_OK);
-    EXPECT_EQ(Take(out), Text(u"Price,"));
-    EXPECT_EQ(CallSlot<HRESULT>(assist3, kGetClassMembersEx, item, 0, &out), S_OK);
-    EXPECT_EQ(Take(out), Text(u"Price,"));
-    EXPECT_EQ(CallSlot<HRESULT>(assist2, kGetMemberOrigin, item, price, SYMBOL_PROPERTY, &out), S_OK);
-    EXPECT_EQ(Take(out), Text(u"Top"));
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kGetClassMembers, static_cast<CBSTR>(item), 0, &out), S_OK);
+    EXPECT_EQ(Take(out), "Price,");
+    EXPECT_EQ(CallSlot<HRESULT>(assist3, kGetClassMembersEx, static_cast<CBSTR>(item), 0, &out), S_OK);
+    EXPECT_EQ(Take(out), "Price,");
+    EXPECT_EQ(CallSlot<HRESULT>(assist2, kGetMemberOrigin, static_cast<CBSTR>(item), static_cast<CBSTR>(price),
+                                SYMBOL_PROPERTY, &out),
+              S_OK);
+    EXPECT_EQ(Take(out), "Top");
     EXPECT_EQ(tree.Records().normalize.back(), (fakes::NormalizeRequest{u"Shop.Item", u"Shop.Basket"}));
-    EXPECT_EQ(CallSlot<HRESULT>(assist, kSetSymbol, x, SYMBOL_LOCAL, one), S_OK);
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kSetSymbol, static_cast<CBSTR>(x), SYMBOL_LOCAL, static_cast<CBSTR>(one)), S_OK);
     ParserLanguage language = static_cast<ParserLanguage>(9);
-    EXPECT_EQ(CallSlot<HRESULT>(assist, kLookupSymbol, x, SYMBOL_LOCAL, &language, &out), S_OK);
-    EXPECT_EQ(Take(out), Text(u"1"));
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kLookupSymbol, static_cast<CBSTR>(x), SYMBOL_LOCAL, &language, &out), S_OK);
+    EXPECT_EQ(Take(out), "1");
     EXPECT_EQ(language, PARSERLANGUAGE_ROOT);
     EXPECT_EQ(CallSlot<HRESULT>(assist2, kGetSymbols, 1u << (SYMBOL_LOCAL - 1), &out), S_OK);
-    EXPECT_EQ(Take(out), Text(u"x,"));
+    EXPECT_EQ(Take(out), "x,");
 
     for (void* reference : {assist, assistEx, assist2, assist2, assist3, identity}) {
         CallSlot<unsigned long>(reference, kRelease);
@@ -86,34 +83,29 @@ TEST(ServiceObject, OneClassIsRegisteredAndOthersAreRefused) {
     EXPECT_NE(map[0].updateRegistry, nullptr);
     EXPECT_EQ(map[0].getCategoryMap(), nullptr);
     EXPECT_EQ(map[1].clsid, nullptr);
-    EXPECT_EQ(map[1].factory, nullptr);
-    int locks = g_theModule.GetLockCount();
+    const int locks = g_theModule.GetLockCount();
     void* out = reinterpret_cast<void*>(0x1);
     EXPECT_EQ(CVantleAssistant::_theClassFactory.CreateInstance(COM_IID_IClassFactory, &out), E_NOINTERFACE);
     EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(g_theModule.GetLockCount(), locks);  // the new object was destroyed
+    EXPECT_EQ(g_theModule.GetLockCount(), locks) << "the new object was destroyed";
     EXPECT_EQ(GetClassObject(COM_IID_IVantleAssist, COM_IID_IClassFactory, &out), CLASS_E_CLASSNOTAVAILABLE);
 }
 
-class CacheInterfacesTest : public AssistTest, public ::testing::WithParamInterface<std::pair<HRESULT, HRESULT>> {};
-
-TEST_P(CacheInterfacesTest, AnsweredWithTheTreeManagersOwn) {
-    auto [treeAnswer, expected] = GetParam();
+TEST_F(AssistTest, CacheInterfacesAreTheTreeManagersOwn) {
     void* out = nullptr;
-    EXPECT_EQ(assist->QueryInterface(COM_IID_ISchemaCache, &out), E_UNEXPECTED);
+    EXPECT_EQ(assist->QueryInterface(COM_IID_ISchemaCache, &out), E_UNEXPECTED) << "not before Initialize";
     EXPECT_EQ(out, nullptr);
-    tree.AnswerCacheInterfaces(treeAnswer);
-    InitializeWithTree();
-    for (const COM_GUID* iid : {&COM_IID_ISchemaCache, &COM_IID_IExtrinsicCache, &COM_IID_IMacroCache}) {
-        EXPECT_EQ(assist->QueryInterface(*iid, &out), expected);
-        EXPECT_EQ(out, SUCCEEDED(expected) ? tree.Manager() : nullptr);
-        if (out != nullptr) static_cast<COM_IUnknown*>(out)->Release();
+    for (auto [treeAnswer, expected] : {std::pair{S_OK, S_OK}, std::pair{S_FALSE, S_OK},
+                                        std::pair{E_NOINTERFACE, E_NOINTERFACE}, std::pair{E_FAIL, E_FAIL}}) {
+        tree.AnswerCacheInterfaces(treeAnswer);
+        InitializeWithTree();
+        for (const COM_GUID* iid : {&COM_IID_ISchemaCache, &COM_IID_IExtrinsicCache, &COM_IID_IMacroCache}) {
+            EXPECT_EQ(assist->QueryInterface(*iid, &out), expected);
+            EXPECT_EQ(out, SUCCEEDED(expected) ? tree.Manager() : nullptr);
+            if (out != nullptr) static_cast<COM_IUnknown*>(out)->Release();
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Answers, CacheInterfacesTest,
-                         ::testing::Values(std::pair{S_OK, S_OK}, std::pair{S_FALSE, S_OK},
-                                           std::pair{E_NOINTERFACE, E_NOINTERFACE}, std::pair{E_FAIL, E_FAIL}));
 
 TEST_F(AssistTest, InitializeHoldsOneReferenceEachAndUnpinsTheFlags) {
     MEMBER_FILTER_FLAGS flags{};
@@ -123,7 +115,7 @@ TEST_F(AssistTest, InitializeHoldsOneReferenceEachAndUnpinsTheFlags) {
     EXPECT_EQ(assist->GetFlags(&flags), S_OK);
     EXPECT_EQ(flags, 21);
     InitializeWithTree();
-    EXPECT_EQ(tree.OutstandingReferences(), 2);  // the manager and its class cache
+    EXPECT_EQ(tree.OutstandingReferences(), 2) << "the manager and its class cache";
     EXPECT_EQ(assist->GetFlags(&flags), S_FALSE);
     EXPECT_EQ(flags, 21);
     InitializeWithTree();
@@ -132,63 +124,59 @@ TEST_F(AssistTest, InitializeHoldsOneReferenceEachAndUnpinsTheFlags) {
     EXPECT_EQ(tree.OutstandingReferences(), 0);
     BSTR out = nullptr;
     EXPECT_EQ(assist->GetClassMembers(W(u"Any"), MEMBER_PROPERTIES, &out), S_FALSE);
-}
 
-TEST_F(AssistTest, FailedCacheQueryKeepsTheManagerAndThePinnedFlags) {
     ASSERT_EQ(assist->SetFlags(MEMBER_PARAMETERS), S_OK);
     tree.Fail(TreeCall::kQueryClassCache, E_NOINTERFACE);
     EXPECT_EQ(assist->Initialize(tree.Manager()), E_NOINTERFACE);
-    EXPECT_EQ(tree.OutstandingReferences(), 1);
-    MEMBER_FILTER_FLAGS flags{};
-    EXPECT_EQ(assist->GetFlags(&flags), S_OK);
-    EXPECT_EQ(assist->Reset(), S_FALSE);  // no class cache
+    EXPECT_EQ(tree.OutstandingReferences(), 1) << "a failed cache query keeps the manager";
+    EXPECT_EQ(assist->GetFlags(&flags), S_OK) << "and the pinned flags";
+    EXPECT_EQ(assist->Reset(), S_FALSE) << "no class cache";
 }
 
 TEST_F(AssistTest, ClassCacheOperations) {
     BSTR out = nullptr;
     EXPECT_EQ(assist->GetClassList(W(u"Sh"), &out), S_FALSE);  // no cache yet
-    ASSERT_NE(out, nullptr);
-    EXPECT_EQ(Take(out), Text());
+    EXPECT_EQ(Take(out), "");
     EXPECT_EQ(assist->Reset(), S_FALSE);
     EXPECT_EQ(assist->SetImportPackageList(W(u"Shop")), S_FALSE);
     KESTO_FaultInjectStrings(0, 1);
     EXPECT_EQ(assist->GetClassList(W(u"Sh"), &out), E_OUTOFMEMORY);
     KESTO_FaultInjectStrings(0, 0);
-
     for (const char16_t* name : {u"Shop.Cart", u"Shop.Item", u"%Text"}) tree.AddClass(name);
     tree.AnswerCacheReset(static_cast<HRESULT>(0x80670002));
     InitializeWithTree();
     EXPECT_EQ(assist->GetClassList(W(u"Shop."), &out), S_OK);
-    EXPECT_EQ(Take(out), Text(u"Shop.Cart,Shop.Item,"));
+    EXPECT_EQ(Take(out), "Shop.Cart,Shop.Item,");
     EXPECT_EQ(assist->Reset(), static_cast<HRESULT>(0x80670002));
     EXPECT_EQ(assist->SetImportPackageList(W(u"Shop,Util")), S_OK);
-    EXPECT_EQ(tree.Records().importPackageLists, std::vector<Text>{u"Shop,Util"});
+    EXPECT_EQ(tree.Records().importPackageLists, std::vector<fakes::Text>{u"Shop,Util"});
 }
 
-struct SwitchCase { const char16_t* name; SYMBOL_KIND kind; const char16_t* value; int includeInherited; };
-
-class IncludeInheritedTest : public AssistTest, public ::testing::WithParamInterface<SwitchCase> {};
-
-TEST_P(IncludeInheritedTest, OnlyTheSystemSymbolMovesTheSwitch) {
-    const SwitchCase& c = GetParam();
+TEST_F(AssistTest, OnlyTheSystemSymbolMovesTheIncludeInheritedSwitch) {
+    struct Case {
+        const char16_t *name, *value;
+        SYMBOL_KIND kind;
+        int includeInherited;
+    };
+    const char16_t kSwitch[] = u"INCLUDEINHERITED";
+    const Case cases[] = {
+        {kSwitch, u"TRUE", SYMBOL_SYSTEM, 1},   {u"IncludeInherited", u"no", SYMBOL_SYSTEM, 1},
+        {kSwitch, u"no", SYMBOL_LOCAL, 1},      {kSwitch, u"true", SYMBOL_SYSTEM, 0},
+        {kSwitch, u"TRUE", SYMBOL_SYSTEM, 1},   {kSwitch, u"TRUE ", SYMBOL_SYSTEM, 0},
+        {kSwitch, u"TRUE", SYMBOL_SYSTEM, 1},   {kSwitch, u"", SYMBOL_SYSTEM, 0},
+    };
     tree.AddClass(u"Shop.Cart");
     InitializeWithTree();
-    ASSERT_EQ(assist->SetSymbol(W(c.name), c.kind, W(c.value)), S_OK);
-    ParserLanguage language{};
-    BSTR value = nullptr;
-    EXPECT_EQ(assist->LookupSymbol(W(c.name), c.kind, &language, &value), S_OK);  // stored in any case
-    EXPECT_EQ(Take(value), Text(c.value));
-    assist->GetClassMembers(W(u"Shop.Cart"), MEMBER_PROPERTIES, &value);
-    EXPECT_EQ(tree.Records().children.back().includeInherited, c.includeInherited);
+    for (const Case& c : cases) {
+        ASSERT_EQ(assist->SetSymbol(W(c.name), c.kind, W(c.value)), S_OK);
+        ParserLanguage language{};
+        BSTR value = nullptr;
+        EXPECT_EQ(assist->LookupSymbol(W(c.name), c.kind, &language, &value), S_OK) << "stored in any case";
+        EXPECT_EQ(Take(value), Narrow(W(c.value)));
+        assist->GetClassMembers(W(u"Shop.Cart"), MEMBER_PROPERTIES, &value);
+        EXPECT_EQ(tree.Records().children.back().includeInherited, c.includeInherited) << Narrow(W(c.value));
+    }
 }
-
-const char16_t kSwitch[] = u"INCLUDEINHERITED";
-INSTANTIATE_TEST_SUITE_P(
-    Symbols, IncludeInheritedTest,
-    ::testing::Values(SwitchCase{kSwitch, SYMBOL_SYSTEM, u"TRUE", 1}, SwitchCase{kSwitch, SYMBOL_SYSTEM, u"true", 0},
-                      SwitchCase{kSwitch, SYMBOL_SYSTEM, u"TRUE ", 0}, SwitchCase{kSwitch, SYMBOL_SYSTEM, u"", 0},
-                      SwitchCase{u"IncludeInherited", SYMBOL_SYSTEM, u"no", 1},
-                      SwitchCase{kSwitch, SYMBOL_LOCAL, u"no", 1}));
 
 TEST_F(AssistTest, SymbolsFollowTheEditorsEmbeddings) {
     EXPECT_EQ(assist->OnEmbeddingEnd(), S_OK);  // no start: the root scope stays
@@ -198,16 +186,16 @@ TEST_F(AssistTest, SymbolsFollowTheEditorsEmbeddings) {
     ParserLanguage language{};
     BSTR value = nullptr;
     EXPECT_EQ(assist->LookupSymbol(W(u"inner"), SYMBOL_LOCAL, &language, &value), S_OK);
-    EXPECT_EQ(Take(value), Text(u"i"));
+    EXPECT_EQ(Take(value), "i");
     EXPECT_EQ(language, 5);
-    EXPECT_EQ(Assist2()->GetSymbols(1u << (SYMBOL_LOCAL - 1), &value), S_OK);
-    EXPECT_EQ(Take(value), Text(u"inner,outer,"));
-    EXPECT_EQ(Assist2()->GetSymbols(1u << (SYMBOL_MACRO - 1), &value), S_FALSE);
+    EXPECT_EQ(assist2->GetSymbols(1u << (SYMBOL_LOCAL - 1), &value), S_OK);
+    EXPECT_EQ(Take(value), "inner,outer,");
+    EXPECT_EQ(assist2->GetSymbols(1u << (SYMBOL_MACRO - 1), &value), S_FALSE);
     EXPECT_EQ(value, nullptr);
     ASSERT_EQ(assist->OnEmbeddingEnd(), S_OK);
     EXPECT_EQ(assist->LookupSymbol(W(u"inner"), SYMBOL_LOCAL, &language, &value), S_FALSE);
     EXPECT_EQ(assist->LookupSymbol(W(u"outer"), SYMBOL_LOCAL, &language, &value), S_OK);
-    EXPECT_EQ(Take(value), Text(u"o"));
+    EXPECT_EQ(Take(value), "o");
     EXPECT_EQ(language, PARSERLANGUAGE_ROOT);
     EXPECT_EQ(assist->RemoveSymbol(W(u"outer"), SYMBOL_LOCAL), S_OK);
     EXPECT_EQ(assist->LookupSymbol(W(u"outer"), SYMBOL_LOCAL, &language, &value), S_FALSE);
@@ -218,28 +206,25 @@ TEST_F(AssistTest, SymbolsFollowTheEditorsEmbeddings) {
     // The service is released with three embeddings open; TearDown checks the strings.
 }
 
-TEST_F(AssistTest, RelativeClassNameReachesNormalisation) {
+TEST_F(AssistTest, RelativeClassNameReachesNormalisationAndNullArgumentsAreRefused) {
     tree.AddClass(u"Shop.Cart");
     InitializeWithTree();
     BSTR out = nullptr;
-    ASSERT_EQ(AssistEx()->SetRelativeClassName(W(u"Shop.Order")), S_OK);
+    ASSERT_EQ(assistEx->SetRelativeClassName(W(u"Shop.Order")), S_OK);
     assist->GetClassMembers(W(u"Cart"), MEMBER_PROPERTIES, &out);
-    ASSERT_EQ(AssistEx()->SetRelativeClassName(nullptr), S_OK);
+    ASSERT_EQ(assistEx->SetRelativeClassName(nullptr), S_OK);
     assist->GetClassMembers(W(u"Cart"), MEMBER_PROPERTIES, &out);
-    std::vector<fakes::NormalizeRequest> expected = {{u"Cart", u"Shop.Order"}, {u"Cart", u""}};
-    EXPECT_EQ(tree.Records().normalize, expected);
-}
+    EXPECT_EQ(tree.Records().normalize,
+              (std::vector<fakes::NormalizeRequest>{{u"Cart", u"Shop.Order"}, {u"Cart", u""}}));
 
-TEST_F(AssistTest, NullArgumentsAreRefused) {
     EXPECT_EQ(assist->SetSymbol(nullptr, SYMBOL_LOCAL, W(u"v")), E_POINTER);
     EXPECT_EQ(assist->RemoveSymbol(nullptr, SYMBOL_LOCAL), E_POINTER);
-    BSTR value = nullptr;
-    EXPECT_EQ(assist->LookupSymbol(W(u"x"), SYMBOL_LOCAL, nullptr, &value), E_POINTER);
+    EXPECT_EQ(assist->LookupSymbol(W(u"x"), SYMBOL_LOCAL, nullptr, &out), E_POINTER);
     EXPECT_EQ(assist->GetFlags(nullptr), E_POINTER);
     EXPECT_EQ(assist->GetClassList(W(u""), nullptr), E_POINTER);
-    EXPECT_EQ(Assist2()->GetSymbols(1, nullptr), E_POINTER);
+    EXPECT_EQ(assist2->GetSymbols(1, nullptr), E_POINTER);
     EXPECT_EQ(assist->QueryInterface(COM_IID_IVantleAssist, nullptr), E_POINTER);
-    EXPECT_EQ(assist->SetSymbol(W(u"nothing"), SYMBOL_LOCAL, nullptr), S_OK);  // a NULL value is empty
+    EXPECT_EQ(assist->SetSymbol(W(u"nothing"), SYMBOL_LOCAL, nullptr), S_OK) << "a NULL value is empty";
 }
 
 }  // namespace

@@ -69,12 +69,12 @@ constexpr std::size_t kKeptBytes = 256 * 1024;
 
 std::size_t BlockBytes(std::uint32_t bytes) { return kPrefix + bytes + 2u; }
 // The size class of a block, or kClassCount when blocks of this size are not kept.
-std::size_t ClassOf(std::size_t blockBytes) {
+[[maybe_unused]] std::size_t ClassOf(std::size_t blockBytes) {
     if (blockBytes <= 256) return (blockBytes - 1) >> 4;
     if (blockBytes <= kLargestKept) return kSmallClasses - 1 + ((blockBytes - 1) >> 8);
     return kClassCount;
 }
-std::size_t ClassBytes(std::size_t c) { return c < kSmallClasses ? (c + 1) * 16 : (c + 2 - kSmallClasses) * 256; }
+[[maybe_unused]] std::size_t ClassBytes(std::size_t c) { return c < kSmallClasses ? (c + 1) * 16 : (c + 2 - kSmallClasses) * 256; }
 
 struct FreeBlock {
     FreeBlock* next;
@@ -151,9 +151,13 @@ struct ThreadExit {
     }
 }
 
+inline bool IsActive(const ThreadStrings* thread) {
+    return reinterpret_cast<std::uintptr_t>(thread) > reinterpret_cast<std::uintptr_t>(kEndedThread);
+}
+
 inline ThreadStrings* ActiveThread() {
     ThreadStrings* mine = t_strings;
-    if (reinterpret_cast<std::uintptr_t>(mine) > reinterpret_cast<std::uintptr_t>(kEndedThread)) [[likely]]
+    if (IsActive(mine)) [[likely]]
         return mine;
     return RegisterThread();
 }
@@ -165,52 +169,26 @@ inline void CountLive(ThreadStrings* thread, long delta) {
         g_liveOfEndedThreads.fetch_add(delta, std::memory_order_relaxed);
 }
 
-// A fresh block of at least `blockBytes`: of the whole class size when blocks of this
-// size are kept, since any thread may keep it once it is freed and hand it out for
-// the longest string of its class.
-[[gnu::noinline]] void* NewBlock(std::size_t blockBytes) {
-#if !defined(KESTO_PLAIN_STRING_BLOCKS)
-    std::size_t c = ClassOf(blockBytes);
-    if (c < kClassCount) blockBytes = ClassBytes(c);
-#endif
-    return std::malloc(blockBytes);
-}
-
-inline void* TakeBlock(ThreadStrings* thread, std::size_t blockBytes) {
-#if !defined(KESTO_PLAIN_STRING_BLOCKS)
-    std::size_t c = ClassOf(blockBytes);
-    if (c < kClassCount && thread != nullptr) {
-        if (FreeBlock* block = thread->kept[c]) {
-            thread->kept[c] = block->next;
-            thread->keptBytes -= ClassBytes(c);
-            return block;
-        }
+// A kept block of class c, or NULL.
+[[maybe_unused]] inline void* ReuseBlock(ThreadStrings& thread, std::size_t c) {
+    FreeBlock* block = thread.kept[c];
+    if (block != nullptr) {
+        thread.kept[c] = block->next;
+        thread.keptBytes -= ClassBytes(c);
     }
-#else
-    (void)thread;
-#endif
-    return NewBlock(blockBytes);
+    return block;
 }
 
-inline void GiveBlock(ThreadStrings* thread, void* block, std::size_t blockBytes) {
-#if !defined(KESTO_PLAIN_STRING_BLOCKS)
-    std::size_t c = ClassOf(blockBytes);
-    if (c < kClassCount && thread != nullptr && thread->keptBytes + ClassBytes(c) <= kKeptBytes) {
-        auto* kept = static_cast<FreeBlock*>(block);
-        kept->next = thread->kept[c];
-        thread->kept[c] = kept;
-        thread->keptBytes += ClassBytes(c);
-        return;
-    }
-#else
-    (void)thread;
-    (void)blockBytes;
-#endif
-    std::free(block);
+// Keeps a block of class c; false when the thread has no room for it.
+[[maybe_unused]] inline bool KeepBlock(ThreadStrings& thread, void* block, std::size_t c) {
+    if (thread.keptBytes + ClassBytes(c) > kKeptBytes) return false;
+    auto* kept = static_cast<FreeBlock*>(block);
+    kept->next = thread.kept[c];
+    thread.kept[c] = kept;
+    thread.keptBytes += ClassBytes(c);
+    return true;
 }
 
-// Most strings are a name or a short answer: copied in a few overlapping words they
-// spare the call to memcpy, which costs more than the copy itself at these lengths.
 // Copies n bytes, kWord <= n <= 2 * kWord, as one word from each end.
 template <std::size_t kWord>
 inline void CopyEnds(unsigned char* to, const unsigned char* from, std::size_t n) {
@@ -222,38 +200,70 @@ inline void CopyEnds(unsigned char* to, const unsigned char* from, std::size_t n
     std::memcpy(to + n - kWord, tail, kWord);
 }
 
+// Most strings are a name or a short answer: copied in a few overlapping words they
+// spare the call to memcpy, which costs more than the copy itself at these lengths.
+constexpr unsigned int kUnitsCopiedInline = 32;
+
 inline void CopyBytes(unsigned char* to, const unsigned char* from, std::size_t n) {
-    if (n >= 32) {
-        if (n > 64) {
-            std::memcpy(to, from, n);
-            return;
-        }
+    if (n > 2 * kUnitsCopiedInline) {
+        std::memcpy(to, from, n);
+    } else if (n >= 32) {
         CopyEnds<16>(to, from, 32);
         CopyEnds<16>(to + n - 32, from + n - 32, 32);
-        return;
+    } else if (n >= 16) {
+        CopyEnds<16>(to, from, n);
+    } else if (n >= 8) {
+        CopyEnds<8>(to, from, n);
+    } else if (n >= 4) {
+        CopyEnds<4>(to, from, n);
+    } else if (n >= 2) {
+        CopyEnds<2>(to, from, n);
     }
-    if (n >= 16) return CopyEnds<16>(to, from, n);
-    if (n >= 8) return CopyEnds<8>(to, from, n);
-    if (n >= 4) return CopyEnds<4>(to, from, n);
-    if (n >= 2) CopyEnds<2>(to, from, n);
 }
 
-BSTR Allocate(const unsigned short* text, unsigned int length) {
-    if (length > kMaxUnits) return nullptr;
-    if (g_faultCount.load(std::memory_order_relaxed) != 0 && InjectFailure()) [[unlikely]]
-        return nullptr;
+// Makes `block` the string: byte count, text, terminator. A NULL text reserves the
+// units for the caller to fill: clearing them would cost as much again as the copy
+// that every builder makes right after.
+inline BSTR Fill(ThreadStrings* thread, void* block, const unsigned short* text, unsigned int length) {
+    auto* bytesAt = static_cast<unsigned char*>(block);
     std::uint32_t bytes = length * 2u;
-    ThreadStrings* thread = ActiveThread();
-    auto* block = static_cast<unsigned char*>(TakeBlock(thread, BlockBytes(bytes)));
-    if (block == nullptr) return nullptr;
-    std::memcpy(block, &bytes, sizeof bytes);
-    auto* units = reinterpret_cast<unsigned short*>(block + kPrefix);
-    // A NULL text reserves the units for the caller to fill: clearing them would cost
-    // as much again as the copy that every builder makes right after.
-    if (text != nullptr) CopyBytes(block + kPrefix, reinterpret_cast<const unsigned char*>(text), bytes);
+    std::memcpy(bytesAt, &bytes, sizeof bytes);
+    if (text != nullptr) CopyBytes(bytesAt + kPrefix, reinterpret_cast<const unsigned char*>(text), bytes);
+    auto* units = reinterpret_cast<unsigned short*>(bytesAt + kPrefix);
     units[length] = 0;
     CountLive(thread, 1);
     return units;
+}
+
+[[gnu::noinline]] BSTR AllocateAnyway(const unsigned short* text, unsigned int length) {
+    if (length > kMaxUnits || InjectFailure()) return nullptr;
+    std::size_t blockBytes = BlockBytes(length * 2u);
+    ThreadStrings* thread = ActiveThread();
+    void* block = nullptr;
+#if !defined(KESTO_PLAIN_STRING_BLOCKS)
+    std::size_t c = ClassOf(blockBytes);
+    if (c < kClassCount) {
+        if (thread != nullptr) block = ReuseBlock(*thread, c);
+        // The whole class even when nothing was kept: any thread may keep this block
+        // once it is freed and hand it out for the longest string of its class.
+        blockBytes = ClassBytes(c);
+    }
+#endif
+    if (block == nullptr) block = std::malloc(blockBytes);
+    if (block == nullptr) return nullptr;
+    return Fill(thread, block, text, length);
+}
+
+// The common case, a short string in a thread that keeps a block of its size, makes
+// no call at all; everything else goes the general way.
+inline BSTR Allocate(const unsigned short* text, unsigned int length) {
+#if !defined(KESTO_PLAIN_STRING_BLOCKS)
+    ThreadStrings* thread = t_strings;
+    if (length <= kUnitsCopiedInline && IsActive(thread) && g_faultCount.load(std::memory_order_relaxed) == 0) {
+        if (void* block = ReuseBlock(*thread, ClassOf(BlockBytes(length * 2u)))) return Fill(thread, block, text, length);
+    }
+#endif
+    return AllocateAnyway(text, length);
 }
 
 unsigned int UnitsUpToZero(const unsigned short* text) {
@@ -266,6 +276,32 @@ std::uint32_t ByteCount(const unsigned short* string) {
     std::uint32_t bytes;
     std::memcpy(&bytes, reinterpret_cast<const unsigned char*>(string) - kPrefix, sizeof bytes);
     return bytes;
+}
+
+[[gnu::noinline]] void FreeAnyway(BSTR string) {
+    ThreadStrings* thread = ActiveThread();
+    CountLive(thread, -1);
+    void* block = reinterpret_cast<unsigned char*>(string) - kPrefix;
+#if !defined(KESTO_PLAIN_STRING_BLOCKS)
+    std::size_t c = ClassOf(BlockBytes(ByteCount(string)));
+    if (thread != nullptr && c < kClassCount && KeepBlock(*thread, block, c)) return;
+#endif
+    std::free(block);
+}
+
+// Like Allocate, the common case (a thread with room to keep the block) makes no call.
+inline void FreeString(BSTR string) {
+#if !defined(KESTO_PLAIN_STRING_BLOCKS)
+    ThreadStrings* thread = t_strings;
+    if (IsActive(thread)) {
+        std::size_t c = ClassOf(BlockBytes(ByteCount(string)));
+        if (c < kClassCount && KeepBlock(*thread, reinterpret_cast<unsigned char*>(string) - kPrefix, c)) {
+            CountLive(thread, -1);
+            return;
+        }
+    }
+#endif
+    FreeAnyway(string);
 }
 
 }  // namespace
@@ -300,9 +336,7 @@ unsigned int COM_SysStringLen(const unsigned short* string) {
 
 void COM_SysFreeString(BSTR string) {
     if (string == nullptr) return;
-    ThreadStrings* thread = ActiveThread();
-    CountLive(thread, -1);
-    GiveBlock(thread, reinterpret_cast<unsigned char*>(string) - kPrefix, BlockBytes(ByteCount(string)));
+    FreeString(string);
 }
 
 void KESTO_FaultInjectStrings(unsigned long skip, unsigned long count) {

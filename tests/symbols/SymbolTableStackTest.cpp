@@ -28,14 +28,14 @@ protected:
     CSymbolTableStack stack;
 
     HRESULT Set(const char16_t* name, SYMBOL_KIND kind, const char16_t* value) {
-        return stack.SetSymbol(W(name).c_str(), kind, W(value).c_str());
+        return stack.SetSymbol(W(name), kind, W(value));
     }
     // "value@language", or "-" when no scope answers.
     std::string Lookup(const char16_t* name, SYMBOL_KIND kind) {
         ParserLanguage language = static_cast<ParserLanguage>(-1);
-        ReceivedText value;
-        HRESULT hr = stack.LookupSymbol(W(name).c_str(), kind, &language, &value.value);
-        return hr == S_OK ? value.Text() + "@" + std::to_string(language) : hr == S_FALSE ? "-" : "error";
+        BSTR value = nullptr;
+        HRESULT hr = stack.LookupSymbol(W(name), kind, &language, &value);
+        return hr == S_OK ? Take(value) + "@" + std::to_string(language) : hr == S_FALSE ? "-" : "error";
     }
     std::string Listed() {
         utlAutoBSTR out;
@@ -59,12 +59,12 @@ TEST_F(CSymbolTableStackTest, ThreeEmbeddedLanguagesSeeOutwardAndForgetOnEnd) {
     EXPECT_EQ(Lookup(u"z", SYMBOL_LABEL), "query z@7");
     EXPECT_EQ(Lookup(u"x", SYMBOL_MACRO), "-");
     EXPECT_EQ(Listed(), "x,y,x,y,");
-    EXPECT_EQ(stack.RemoveSymbol(W(u"x").c_str(), SYMBOL_LOCAL), S_OK);  // not this scope's
+    EXPECT_EQ(stack.RemoveSymbol(W(u"x"), SYMBOL_LOCAL), S_OK);  // not this scope's
     EXPECT_EQ(Lookup(u"x", SYMBOL_LOCAL), "server x@5");
 
     EXPECT_TRUE(stack.PopSymbolTable() == S_OK && stack.PopSymbolTable() == S_OK);
     EXPECT_EQ(Lookup(u"z", SYMBOL_LABEL), "-");
-    EXPECT_EQ(stack.RemoveSymbol(W(u"x").c_str(), SYMBOL_LOCAL), S_OK);
+    EXPECT_EQ(stack.RemoveSymbol(W(u"x"), SYMBOL_LOCAL), S_OK);
     EXPECT_EQ(Lookup(u"x", SYMBOL_LOCAL), "root x@0");
     EXPECT_EQ(stack.PopSymbolTable(), S_OK);
     EXPECT_EQ(Listed(), "x,y,");
@@ -88,7 +88,7 @@ TEST_F(CSymbolTableStackTest, StackDestroyedWithOpenScopesFreesThemAll) {
     auto open = std::make_unique<CSymbolTableStack>();
     for (ParserLanguage language : {kServer, kQuery, kScript}) {
         ASSERT_EQ(open->PushSymbolTable(language), S_OK);
-        EXPECT_EQ(open->SetSymbol(W(u"name").c_str(), SYMBOL_LOCAL, W(u"value").c_str()), S_OK);
+        EXPECT_EQ(open->SetSymbol(W(u"name"), SYMBOL_LOCAL, W(u"value")), S_OK);
     }
 }
 
@@ -108,8 +108,8 @@ TEST_F(CSymbolTableStackTest, ScopeThatCannotBeMadeLeavesTheStackAsItWas) {
 
 TEST_F(CSymbolTableStackTest, FailuresOfTheTopScopePassThrough) {
     EXPECT_EQ(stack.SetSymbol(nullptr, SYMBOL_LOCAL, nullptr), E_POINTER);
-    EXPECT_EQ(stack.RemoveSymbol(W(u"a").c_str(), static_cast<SYMBOL_KIND>(99)), E_INVALIDARG);
-    EXPECT_EQ(stack.LookupSymbol(W(u"a").c_str(), SYMBOL_LOCAL, nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(stack.RemoveSymbol(W(u"a"), static_cast<SYMBOL_KIND>(99)), E_INVALIDARG);
+    EXPECT_EQ(stack.LookupSymbol(W(u"a"), SYMBOL_LOCAL, nullptr, nullptr), E_POINTER);
     KESTO_FaultInjectStrings(0, 1);
     EXPECT_EQ(Set(u"a", SYMBOL_LOCAL, u"v"), E_OUTOFMEMORY);
     EXPECT_EQ(Listed(), "");

@@ -8,14 +8,14 @@ using CSymbolTest = StringAccountingTest;
 TEST_F(CSymbolTest, ReprListsKindsInOrderWithEightBitUnits) {
     CSymbol symbol, method, odd;
     EXPECT_EQ(symbol.Repr(), "");
-    symbol.SetSymbol(SYMBOL_PROPERTY, W(u"%Text").c_str());
-    symbol.SetSymbol(SYMBOL_LOCAL, W(u"old").c_str());
-    symbol.SetSymbol(SYMBOL_LOCAL, W(u"x").c_str());
+    symbol.SetSymbol(SYMBOL_PROPERTY, W(u"%Text"));
+    symbol.SetSymbol(SYMBOL_LOCAL, W(u"old"));
+    symbol.SetSymbol(SYMBOL_LOCAL, W(u"x"));
     EXPECT_EQ(symbol.Repr(), "LOCAL(x),PROPERTY(%Text)");
     method.SetSymbol(SYMBOL_MEMBERMETHOD, nullptr);
     EXPECT_EQ(method.Repr(), "METHOD(*empty*)");
-    odd.SetSymbol(static_cast<SYMBOL_KIND>(0), W(u"\u0141").c_str());
-    odd.SetSymbol(SYMBOL_METHOD, W(u"m").c_str());
+    odd.SetSymbol(static_cast<SYMBOL_KIND>(0), W(u"\u0141"));
+    odd.SetSymbol(SYMBOL_METHOD, W(u"m"));
     EXPECT_EQ(odd.Repr(), "(unknown SymbolKind)(A),METHOD(m)");
 }
 

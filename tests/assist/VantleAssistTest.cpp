@@ -152,14 +152,25 @@ TEST_F(AssistTest, ClassCacheOperations) {
     EXPECT_EQ(tree.Records().importPackageLists, std::vector<fakes::Text>{u"Shop,Util"});
 }
 
-TEST_F(AssistTest, OnlyTheSystemSymbolMovesTheIncludeInheritedSwitch) {
-    struct Case {
-        const char16_t *name, *value;
-        SYMBOL_KIND kind;
-        int includeInherited;
-    };
+class SymbolsTest : public AssistTest {
+protected:
+    // "value@language", or the result code when there is no answer.
+    std::string Lookup(const char16_t* name, SYMBOL_KIND kind = SYMBOL_LOCAL) {
+        ParserLanguage language{};
+        BSTR value = nullptr;
+        HRESULT hr = assist->LookupSymbol(W(name), kind, &language, &value);
+        return hr == S_OK ? Take(value) + "@" + std::to_string(language) : std::to_string(hr);
+    }
+    Result Symbols(unsigned int filter) {
+        BSTR list = reinterpret_cast<BSTR>(0x1);
+        HRESULT hr = assist2->GetSymbols(filter, &list);
+        return {hr, Take(list)};
+    }
+};
+
+TEST_F(SymbolsTest, OnlyTheSystemSymbolMovesTheIncludeInheritedSwitch) {
     const char16_t kSwitch[] = u"INCLUDEINHERITED";
-    const Case cases[] = {
+    const std::tuple<const char16_t*, const char16_t*, SYMBOL_KIND, int> cases[] = {
         {kSwitch, u"TRUE", SYMBOL_SYSTEM, 1},   {u"IncludeInherited", u"no", SYMBOL_SYSTEM, 1},
         {kSwitch, u"no", SYMBOL_LOCAL, 1},      {kSwitch, u"true", SYMBOL_SYSTEM, 0},
         {kSwitch, u"TRUE", SYMBOL_SYSTEM, 1},   {kSwitch, u"TRUE ", SYMBOL_SYSTEM, 0},
@@ -167,38 +178,28 @@ TEST_F(AssistTest, OnlyTheSystemSymbolMovesTheIncludeInheritedSwitch) {
     };
     tree.AddClass(u"Shop.Cart");
     InitializeWithTree();
-    for (const Case& c : cases) {
-        ASSERT_EQ(assist->SetSymbol(W(c.name), c.kind, W(c.value)), S_OK);
-        ParserLanguage language{};
-        BSTR value = nullptr;
-        EXPECT_EQ(assist->LookupSymbol(W(c.name), c.kind, &language, &value), S_OK) << "stored in any case";
-        EXPECT_EQ(Take(value), Narrow(W(c.value)));
-        assist->GetClassMembers(W(u"Shop.Cart"), MEMBER_PROPERTIES, &value);
-        EXPECT_EQ(tree.Records().children.back().includeInherited, c.includeInherited) << Narrow(W(c.value));
+    for (const auto& [name, value, kind, includeInherited] : cases) {
+        ASSERT_EQ(assist->SetSymbol(W(name), kind, W(value)), S_OK);
+        EXPECT_EQ(Lookup(name, kind), Narrow(W(value)) + "@0") << "stored in any case";
+        BSTR none = nullptr;
+        assist->GetClassMembers(W(u"Shop.Cart"), MEMBER_PROPERTIES, &none);
+        EXPECT_EQ(tree.Records().children.back().includeInherited, includeInherited) << Narrow(W(value));
     }
 }
 
-TEST_F(AssistTest, SymbolsFollowTheEditorsEmbeddings) {
+TEST_F(SymbolsTest, SymbolsFollowTheEditorsEmbeddings) {
     EXPECT_EQ(assist->OnEmbeddingEnd(), S_OK);  // no start: the root scope stays
     ASSERT_EQ(assist->SetSymbol(W(u"outer"), SYMBOL_LOCAL, W(u"o")), S_OK);
     ASSERT_EQ(assist->OnEmbeddingStart(static_cast<ParserLanguage>(5)), S_OK);
     ASSERT_EQ(assist->SetSymbol(W(u"inner"), SYMBOL_LOCAL, W(u"i")), S_OK);
-    ParserLanguage language{};
-    BSTR value = nullptr;
-    EXPECT_EQ(assist->LookupSymbol(W(u"inner"), SYMBOL_LOCAL, &language, &value), S_OK);
-    EXPECT_EQ(Take(value), "i");
-    EXPECT_EQ(language, 5);
-    EXPECT_EQ(assist2->GetSymbols(1u << (SYMBOL_LOCAL - 1), &value), S_OK);
-    EXPECT_EQ(Take(value), "inner,outer,");
-    EXPECT_EQ(assist2->GetSymbols(1u << (SYMBOL_MACRO - 1), &value), S_FALSE);
-    EXPECT_EQ(value, nullptr);
+    EXPECT_EQ(Lookup(u"inner"), "i@5");
+    EXPECT_EQ(Symbols(1u << (SYMBOL_LOCAL - 1)), Result(S_OK, "inner,outer,"));
+    EXPECT_EQ(Symbols(1u << (SYMBOL_MACRO - 1)), Result(S_FALSE, "(null)"));
     ASSERT_EQ(assist->OnEmbeddingEnd(), S_OK);
-    EXPECT_EQ(assist->LookupSymbol(W(u"inner"), SYMBOL_LOCAL, &language, &value), S_FALSE);
-    EXPECT_EQ(assist->LookupSymbol(W(u"outer"), SYMBOL_LOCAL, &language, &value), S_OK);
-    EXPECT_EQ(Take(value), "o");
-    EXPECT_EQ(language, PARSERLANGUAGE_ROOT);
+    EXPECT_EQ(Lookup(u"inner"), "1");
+    EXPECT_EQ(Lookup(u"outer"), "o@0");
     EXPECT_EQ(assist->RemoveSymbol(W(u"outer"), SYMBOL_LOCAL), S_OK);
-    EXPECT_EQ(assist->LookupSymbol(W(u"outer"), SYMBOL_LOCAL, &language, &value), S_FALSE);
+    EXPECT_EQ(Lookup(u"outer"), "1");
     for (int open = 1; open <= 3; ++open) {
         ASSERT_EQ(assist->OnEmbeddingStart(static_cast<ParserLanguage>(open)), S_OK);
         ASSERT_EQ(assist->SetSymbol(W(u"deep"), SYMBOL_LOCAL, W(u"2")), S_OK);

@@ -56,7 +56,8 @@ TEST(ServiceObject, EditorDrivesEveryInterfaceThroughTableSlots) {
               S_OK);
     EXPECT_EQ(Take(out), "Top");
     EXPECT_EQ(tree.Records().normalize.back(), (fakes::NormalizeRequest{u"Shop.Item", u"Shop.Basket"}));
-    EXPECT_EQ(CallSlot<HRESULT>(assist, kSetSymbol, static_cast<CBSTR>(x), SYMBOL_LOCAL, static_cast<CBSTR>(one)), S_OK);
+    EXPECT_EQ(CallSlot<HRESULT>(assist, kSetSymbol, static_cast<CBSTR>(x), SYMBOL_LOCAL, static_cast<CBSTR>(one)),
+              S_OK);
     ParserLanguage language = static_cast<ParserLanguage>(9);
     EXPECT_EQ(CallSlot<HRESULT>(assist, kLookupSymbol, static_cast<CBSTR>(x), SYMBOL_LOCAL, &language, &out), S_OK);
     EXPECT_EQ(Take(out), "1");

@@ -90,19 +90,22 @@ TEST_F(ClassNodes, ListingsAnswerEachSubscriptInTheQueryOrderWithTheNearestDefin
          "Describe=1:01:01:05:%Text0:20:a document's summary5:%Text;"
          "Save=1:01:01:07:%Result32:pName:%Text=\"abc\",&pCount:%Count0:7:%Result;"},
         {"%Library.Base", "m", "2:232:142:39", 0, "%New=1:11:01:0;Check=1:01:11:0;Describe=1:01:01:0;"},
-        {"Shop.Order", "a", "1:52:272:362:242:142:351:4", 0, "Lines=9:Shop.Line4:list1:18:children1:11:011:order lines;"},
+        {"Shop.Order", "a", "1:52:272:362:242:142:351:4", 0,
+         "Lines=9:Shop.Line4:list1:18:children1:11:011:order lines;"},
         {"Shop.Order", "p", "2:141:21:5", 0, "VERSION=1:110:Shop.Order0:;"},
         // Subscripts of another kind of node, or of no keyword at all, answer empty pieces.
         {"Shop.Order", "a", "2:392:422:232:991:3", 0, "Lines=0:0:0:0:0:;"},
         {"Shop.Order", "p", "2:352:27", 0, "VERSION=0:0:;"},
         {"Shop.Order", "m", "", 0, "Total=;"},
     };
-    for (const Case& c : cases) EXPECT_EQ(List(c.cls, c.kind, c.query, c.inherited), c.entries) << c.cls << " " << c.query;
+    for (const Case& c : cases) {
+        EXPECT_EQ(List(c.cls, c.kind, c.query, c.inherited), c.entries) << c.cls << " " << c.query;
+    }
 }
 
 TEST_F(ClassNodes, ClassKeywordsAndTheRuntimeSlots) {
     const std::tuple<const char*, const char*, const char*, int> keywords[] = {
-        {"%Library.Text", "23", "datatype", 1}, {"Shop.Order", "23", "", 1},        {"Shop.Document", "23", "persistent", 1},
+        {"%Library.Text", "23", "datatype", 1}, {"Shop.Order", "23", "", 1}, {"Shop.Document", "23", "persistent", 1},
         {"Shop.Order", "1", "Shop.Order", 1},   {"Shop.Order", "4", "an order", 1}, {"Shop.Order", "42", "", 0},
     };
     for (const auto& [cls, subscript, value, known] : keywords) {

@@ -120,16 +120,19 @@ std::shared_ptr<const MemberList> Dictionary::Members(const std::shared_ptr<cons
     return slot;
 }
 
-std::shared_ptr<MemberAnswers> Dictionary::Answers(const std::vector<std::uint8_t>& query) const {
-    for (const auto& kept : answers_) {
-        if (kept->query == query) return kept;
+std::shared_ptr<const PackedAnswers> Dictionary::FindAnswers(const std::string& key) const {
+    auto found = answers_.find(key);
+    return found == answers_.end() ? nullptr : found->second;
+}
+
+void Dictionary::KeepAnswers(std::string key, std::shared_ptr<const PackedAnswers> answers) const {
+    std::size_t bytes = answers->Bytes();
+    if (answerBytes_ + bytes > kKeptAnswerBytes) {
+        answers_.clear();
+        answerBytes_ = 0;
     }
-    auto fresh = std::make_shared<MemberAnswers>();
-    fresh->query = query;
-    fresh->byMember.assign(members_.size(), TextRef{MemberAnswers::kNotFormatted, 0});
-    if (answers_.size() >= kKeptQueries) answers_.erase(answers_.begin());
-    answers_.push_back(fresh);
-    return fresh;
+    auto [at, added] = answers_.emplace(std::move(key), std::move(answers));
+    if (added) answerBytes_ += bytes;
 }
 
 }  // namespace kesto

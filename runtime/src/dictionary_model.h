@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace kesto {
@@ -46,16 +47,20 @@ struct MemberRecord {
 
 using MemberList = std::vector<std::uint32_t>;
 
-// The answers of members to one keyword query, formatted the first time an
-// enumeration asks for a member and kept: an editor sends the same few queries over
-// the same classes on every keystroke. `query` holds the keywords asked, as codes
-// that only the tree's keyword layer reads.
-struct MemberAnswers {
-    static constexpr std::uint32_t kNotFormatted = 0xFFFFFFFFu;
-
-    std::vector<std::uint8_t> query;
-    std::vector<TextRef> byMember;  // offset kNotFormatted until formatted
+// One enumeration's names and answers to a keyword query, laid out one after the
+// other in the order in which they are handed out: an editor sends the same few
+// queries over the same classes on every keystroke, and reading them in order keeps
+// a walk over thousands of members out of the memory's way.
+struct PackedAnswers {
+    struct Entry {
+        std::uint32_t offset;  // of the name in `text`; the answer follows it
+        std::uint32_t nameLength;
+        std::uint32_t answerLength;
+    };
+    std::vector<Entry> entries;
     std::u16string text;
+
+    std::size_t Bytes() const { return entries.size() * sizeof(Entry) + text.size() * sizeof(char16_t); }
 };
 
 struct ClassRecord {
@@ -101,15 +106,17 @@ public:
     std::shared_ptr<const MemberList> Members(const std::shared_ptr<const Dictionary>& self, std::uint32_t index,
                                               MemberKind kind, bool inherited) const;
 
-    // The kept answers to `query`, empty when it was not asked before. At most
-    // kKeptQueries are kept; the longest kept gives way to a new one (whoever holds
-    // it keeps it alive).
-    static constexpr std::size_t kKeptQueries = 16;
-    std::shared_ptr<MemberAnswers> Answers(const std::vector<std::uint8_t>& query) const;
+    // Answers kept under a key that the tree makes of the class, the kind of member,
+    // the inherited switch and the query. When the kept answers pass kKeptAnswerBytes
+    // they are all dropped (whoever holds one keeps it alive).
+    static constexpr std::size_t kKeptAnswerBytes = 64u << 20;
+    std::shared_ptr<const PackedAnswers> FindAnswers(const std::string& key) const;
+    void KeepAnswers(std::string key, std::shared_ptr<const PackedAnswers> answers) const;
 
     void DropCaches() const {
         merged_.clear();
         answers_.clear();
+        answerBytes_ = 0;
     }
 
     // Building (the loader).
@@ -130,7 +137,8 @@ private:
     std::vector<MemberRecord> members_;
     std::vector<std::uint32_t> byName_;
     mutable std::vector<std::array<std::shared_ptr<const MemberList>, kMemberKindCount>> merged_;
-    mutable std::vector<std::shared_ptr<MemberAnswers>> answers_;
+    mutable std::unordered_map<std::string, std::shared_ptr<const PackedAnswers>> answers_;
+    mutable std::size_t answerBytes_ = 0;
 };
 
 }  // namespace kesto

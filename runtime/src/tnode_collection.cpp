@@ -1,8 +1,6 @@
 // One enumeration of a class node's children.
 #include "tnode_objects.h"
 
-#include <new>
-
 namespace kesto {
 
 BSTR AllocBstr(std::u16string_view text) {
@@ -31,23 +29,12 @@ HRESULT TNodeCollection::Next(BSTR* name, BSTR* values) {
     if (name == nullptr || values == nullptr) return E_POINTER;
     *name = nullptr;
     *values = nullptr;
-    const MemberList& members = *members_;
-    if (next_ >= members.size()) return S_FALSE;
-    const Dictionary& dictionary = *dictionary_;
-    const std::uint32_t index = members[next_];
-    const MemberRecord& member = dictionary.Member(index);
-
-    MemberAnswers& answers = *answers_;
-    TextRef& answer = answers.byMember[index];
-    if (answer.offset == MemberAnswers::kNotFormatted) {
-        try {
-            answer = AppendMemberAnswer(answers.text, dictionary, member, answers.query);
-        } catch (const std::bad_alloc&) {
-            return E_OUTOFMEMORY;
-        }
-    }
-    BSTR newName = AllocBstr(dictionary.Text(member.name));
-    BSTR newValues = AllocBstr(std::u16string_view(answers.text.data() + answer.offset, answer.length));
+    const PackedAnswers& answers = *answers_;
+    if (next_ >= answers.entries.size()) return S_FALSE;
+    const PackedAnswers::Entry& entry = answers.entries[next_];
+    const char16_t* text = answers.text.data() + entry.offset;
+    BSTR newName = AllocBstr(std::u16string_view(text, entry.nameLength));
+    BSTR newValues = AllocBstr(std::u16string_view(text + entry.nameLength, entry.answerLength));
     if (newName == nullptr || newValues == nullptr) {
         // Not consumed: the caller may try this entry again.
         COM_SysFreeString(newName);

@@ -26,6 +26,15 @@ bool ChildKindOf(CBSTR childKind, MemberKind* kind) {
     }
 }
 
+// What the dictionary keeps one enumeration's answers under.
+std::string AnswersKey(std::uint32_t cls, MemberKind kind, bool inherited, const std::vector<Keyword>& query) {
+    std::string key(reinterpret_cast<const char*>(&cls), sizeof cls);
+    key.push_back(static_cast<char>(kind));
+    key.push_back(inherited ? 1 : 0);
+    for (Keyword keyword : query) key.push_back(static_cast<char>(keyword));
+    return key;
+}
+
 HRESULT HandOut(std::u16string_view text, BSTR* out) {
     *out = AllocBstr(text);
     return *out == nullptr ? E_OUTOFMEMORY : S_OK;
@@ -86,11 +95,14 @@ HRESULT TNodeElement::OpenChildren(CBSTR childKind, CBSTR keywordQuery, int incl
     try {
         std::vector<Keyword> query;
         if (!ParseKeywordQuery(ViewOf(keywordQuery), NodeKindOf(kind), &query)) return E_INVALIDARG;
-        std::vector<std::uint8_t> codes;
-        for (Keyword keyword : query) codes.push_back(static_cast<std::uint8_t>(keyword));
-        auto answers = dictionary_->Answers(codes);
-        auto members = dictionary_->Members(dictionary_, class_, kind, includeInherited != 0);
-        auto* collection = new TNodeCollection(dictionary_, std::move(members), std::move(answers));
+        const bool inherited = includeInherited != 0;
+        std::string key = AnswersKey(class_, kind, inherited, query);
+        std::shared_ptr<const PackedAnswers> answers = dictionary_->FindAnswers(key);
+        if (answers == nullptr) {
+            answers = PackAnswers(*dictionary_, *dictionary_->Members(dictionary_, class_, kind, inherited), query);
+            dictionary_->KeepAnswers(std::move(key), answers);
+        }
+        auto* collection = new TNodeCollection(std::move(answers));
         collection->AddRef();
         *out = collection;
         return S_OK;

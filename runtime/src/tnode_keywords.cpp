@@ -153,13 +153,23 @@ void AppendPiece(std::u16string& out, std::u16string_view text) {
     out.append(text);
 }
 
-TextRef AppendMemberAnswer(std::u16string& out, const Dictionary& dictionary, const MemberRecord& member,
-                           const std::vector<std::uint8_t>& query) {
-    const std::size_t start = out.size();
-    for (std::uint8_t code : query) AppendPiece(out, MemberKeywordValue(dictionary, member, static_cast<Keyword>(code)));
-    // Places are 32-bit; a text pool that outgrew them is as good as out of memory.
-    if (out.size() > 0xFFFFFFFFu) throw std::bad_alloc();
-    return TextRef{static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(out.size() - start)};
+std::shared_ptr<const PackedAnswers> PackAnswers(const Dictionary& dictionary, const MemberList& members,
+                                                 const std::vector<Keyword>& query) {
+    auto packed = std::make_shared<PackedAnswers>();
+    packed->entries.reserve(members.size());
+    std::u16string& text = packed->text;
+    for (std::uint32_t index : members) {
+        const MemberRecord& member = dictionary.Member(index);
+        const std::size_t start = text.size();
+        text.append(dictionary.Text(member.name));
+        const std::size_t answerStart = text.size();
+        for (Keyword keyword : query) AppendPiece(text, MemberKeywordValue(dictionary, member, keyword));
+        // Places are 32-bit; answers that outgrew them are as good as out of memory.
+        if (text.size() > 0xFFFFFFFFu) throw std::bad_alloc();
+        packed->entries.push_back({static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(answerStart - start),
+                                   static_cast<std::uint32_t>(text.size() - answerStart)});
+    }
+    return packed;
 }
 
 }  // namespace kesto

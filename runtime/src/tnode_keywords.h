@@ -7,6 +7,7 @@
 #ifndef KESTO_RUNTIME_TNODE_KEYWORDS_H_
 #define KESTO_RUNTIME_TNODE_KEYWORDS_H_
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,10 +51,10 @@ std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_
 // Appends one piece holding `text`.
 void AppendPiece(std::u16string& out, std::u16string_view text);
 
-// Appends a member's answer to a keyword query (one piece per keyword, in query
-// order; `query` as kept in MemberAnswers) and returns where it was put.
-TextRef AppendMemberAnswer(std::u16string& out, const Dictionary& dictionary, const MemberRecord& member,
-                           const std::vector<std::uint8_t>& query);
+// The names and answers to `query` (one piece per keyword, in query order) of
+// `members`, in their order.
+std::shared_ptr<const PackedAnswers> PackAnswers(const Dictionary& dictionary, const MemberList& members,
+                                                 const std::vector<Keyword>& query);
 
 }  // namespace kesto
 

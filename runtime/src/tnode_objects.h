@@ -2,9 +2,10 @@
 //
 // TNodeManager (COM_CLSID_TNodeManager) owns the current dictionary and answers
 // COM_ITNodeManager and COM_IClassCache. TNodeElement is one class's definition
-// node; TNodeCollection one enumeration of a node's children. Elements and
-// collections share ownership of the dictionary they were made from, so they stay
-// valid when the manager loads another one or is released first. Reference counts
+// node; TNodeCollection one enumeration of a node's children, over answers packed
+// when the enumeration is first opened and kept by the dictionary. Elements share
+// ownership of the dictionary they were made from and collections of their answers,
+// so they stay valid when the manager loads another one or is released first. Reference counts
 // are plain integers: the objects are used from one thread.
 #ifndef KESTO_RUNTIME_TNODE_OBJECTS_H_
 #define KESTO_RUNTIME_TNODE_OBJECTS_H_
@@ -78,9 +79,7 @@ private:
 
 class TNodeCollection final : public COM_IStringCollection {
 public:
-    TNodeCollection(std::shared_ptr<const Dictionary> dictionary, std::shared_ptr<const MemberList> members,
-                    std::shared_ptr<MemberAnswers> answers)
-        : dictionary_(std::move(dictionary)), members_(std::move(members)), answers_(std::move(answers)) {}
+    explicit TNodeCollection(std::shared_ptr<const PackedAnswers> answers) : answers_(std::move(answers)) {}
 
     HRESULT QueryInterface(const COM_GUID& iid, void** out) override;
     unsigned long AddRef() override { return ++references_; }
@@ -90,9 +89,7 @@ public:
 
 private:
     unsigned long references_ = 0;
-    std::shared_ptr<const Dictionary> dictionary_;
-    std::shared_ptr<const MemberList> members_;
-    std::shared_ptr<MemberAnswers> answers_;  // shared with the dictionary's cache
+    std::shared_ptr<const PackedAnswers> answers_;  // shared with the dictionary's cache
     std::size_t next_ = 0;
 };
 

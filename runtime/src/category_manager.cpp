@@ -2,12 +2,12 @@
 // root 1 of the registry, each call one transaction.
 #include <cstdio>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "builtin_classes.h"
 #include "kesto/registry.h"
+#include "ref_counted.h"
 #include "registry_path.h"
 #include "registry_store.h"
 #include "registry_text.h"
@@ -28,26 +28,9 @@ std::string GuidText(const COM_GUID& id) {
     return text;
 }
 
-class CategoryManager final : public COM_ICatRegister {
+class CategoryManager final : public RefCounted<COM_ICatRegister, COM_IID_ICatRegister> {
 public:
     explicit CategoryManager(std::unique_ptr<RegistryStore> store) : m_store(std::move(store)) {}
-
-    HRESULT QueryInterface(const COM_GUID& iid, void** out) override {
-        if (out == nullptr) return E_POINTER;
-        if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_ICatRegister)) {
-            *out = static_cast<COM_ICatRegister*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *out = nullptr;
-        return E_NOINTERFACE;
-    }
-    unsigned long AddRef() override { return ++m_references; }
-    unsigned long Release() override {
-        unsigned long left = --m_references;
-        if (left == 0) delete this;
-        return left;
-    }
 
     HRESULT RegisterCategory(const COM_GUID& category, CBSTR description) override {
         return InTransaction([&]() -> HRESULT {
@@ -119,19 +102,13 @@ private:
     }
 
     std::unique_ptr<RegistryStore> m_store;
-    unsigned long m_references = 0;
 };
 
 HRESULT CreateCategoryManager(const COM_GUID& iid, void** out) {
     std::unique_ptr<RegistryStore> store;
     HRESULT hr = RegistryStore::Open(RegistryFilePath(), RegistryStore::OpenMode::kCreate, &store);
     if (FAILED(hr)) return hr;
-    auto* manager = new (std::nothrow) CategoryManager(std::move(store));
-    if (manager == nullptr) return E_OUTOFMEMORY;
-    manager->AddRef();
-    hr = manager->QueryInterface(iid, out);
-    manager->Release();
-    return hr;
+    return NewObjectFor<CategoryManager>(iid, out, std::move(store));
 }
 
 const BuiltinClassRegistrar s_categoryManagerClass(COM_CLSID_CategoryManager, CreateCategoryManager);

@@ -1,12 +1,12 @@
 // The registry object (COM_CLSID_Registry): a current key walking a RegistryStore,
 // with one transaction per OpenRoot ... Close chain.
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "builtin_classes.h"
 #include "kesto/registry.h"
+#include "ref_counted.h"
 #include "registry_enum.h"
 #include "registry_path.h"
 #include "registry_store.h"
@@ -17,28 +17,11 @@ namespace {
 
 using KeyId = RegistryStore::KeyId;
 
-class Registry final : public COM_IRegistry {
+class Registry final : public RefCounted<COM_IRegistry, COM_IID_IRegistry> {
 public:
     explicit Registry(std::unique_ptr<RegistryStore> store) : m_store(std::move(store)) {}
     // Releasing before Close rolls the chain back (the store does it as it goes).
     ~Registry() override = default;
-
-    HRESULT QueryInterface(const COM_GUID& iid, void** out) override {
-        if (out == nullptr) return E_POINTER;
-        if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_IRegistry)) {
-            *out = static_cast<COM_IRegistry*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *out = nullptr;
-        return E_NOINTERFACE;
-    }
-    unsigned long AddRef() override { return ++m_references; }
-    unsigned long Release() override {
-        unsigned long left = --m_references;
-        if (left == 0) delete this;
-        return left;
-    }
 
     HRESULT OpenRoot(int root, CBSTR path) override {
         KeyId key = RegistryStore::RootKey(root);
@@ -216,19 +199,13 @@ private:
     std::unique_ptr<RegistryStore> m_store;
     KeyId m_current = RegistryStore::kNoKey;
     bool m_chainOpen = false;
-    unsigned long m_references = 0;
 };
 
 HRESULT CreateRegistry(const COM_GUID& iid, void** out) {
     std::unique_ptr<RegistryStore> store;
     HRESULT hr = RegistryStore::Open(RegistryFilePath(), RegistryStore::OpenMode::kCreate, &store);
     if (FAILED(hr)) return hr;
-    auto* registry = new (std::nothrow) Registry(std::move(store));
-    if (registry == nullptr) return E_OUTOFMEMORY;
-    registry->AddRef();
-    hr = registry->QueryInterface(iid, out);
-    registry->Release();
-    return hr;
+    return NewObjectFor<Registry>(iid, out, std::move(store));
 }
 
 const BuiltinClassRegistrar s_registryClass(COM_CLSID_Registry, CreateRegistry);

@@ -1,9 +1,10 @@
 // Text helpers of the host tool: UTF-8 <-> 16-bit conversion and an owning BSTR.
 //
-// The service speaks 16-bit strings, people and pipes UTF-8. Conversion never
-// fails: broken input becomes U+FFFD. Bstr owns one runtime string (or NULL) and
-// frees it once; NULL stays distinguishable from empty, since the tool must report
-// the service's NULLs as such.
+// The service speaks 16-bit strings, people and pipes UTF-8. Conversion is the
+// runtime's own (unicode_text.h) and never fails: broken input becomes U+FFFD.
+// Bstr owns one runtime string (or NULL) and frees it once; NULL stays
+// distinguishable from empty, since the tool must report the service's NULLs as
+// such.
 #ifndef VANTLE_TOOLS_TOOLTEXT_H_
 #define VANTLE_TOOLS_TOOLTEXT_H_
 
@@ -13,11 +14,12 @@
 #include <vector>
 
 #include "kesto/com.h"
+#include "unicode_text.h"
 
 namespace vantle::tool {
 
-std::u16string ToUtf16(std::string_view utf8);
-std::string ToUtf8(std::u16string_view utf16);
+inline std::u16string ToUtf16(std::string_view utf8) { return kesto::Utf8ToUtf16(utf8); }
+inline std::string ToUtf8(std::u16string_view utf16) { return kesto::Utf16ToUtf8(utf16); }
 
 inline CBSTR Wide(const std::u16string& text) { return reinterpret_cast<CBSTR>(text.c_str()); }
 

@@ -1,26 +1,10 @@
 // Conversion between 16-bit registry strings and the UTF-8 kept in the file.
 #include "registry_text.h"
 
+#include "unicode_text.h"
+
 namespace kesto {
 namespace {
-
-void AppendCodePoint(std::string& out, unsigned long cp) {
-    if (cp < 0x80) {
-        out.push_back(static_cast<char>(cp));
-    } else if (cp < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else if (cp < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    }
-}
 
 bool IsHighSurrogate(unsigned long u) { return u >= 0xD800 && u <= 0xDBFF; }
 bool IsLowSurrogate(unsigned long u) { return u >= 0xDC00 && u <= 0xDFFF; }
@@ -35,9 +19,9 @@ std::string StoredTextFromUnits(const unsigned short* text, std::size_t count) {
         unsigned long unit = text[i];
         if (IsHighSurrogate(unit) && i + 1 < count && IsLowSurrogate(text[i + 1])) {
             unsigned long low = text[++i];
-            AppendCodePoint(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+            AppendUtf8CodePoint(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
         } else {
-            AppendCodePoint(out, unit);
+            AppendUtf8CodePoint(out, unit);
         }
     }
     return out;

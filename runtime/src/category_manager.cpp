@@ -1,11 +1,11 @@
 // The category manager (COM_CLSID_CategoryManager): component categories kept in
 // root 1 of the registry, each call one transaction.
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "builtin_classes.h"
+#include "guid_text.h"
 #include "kesto/registry.h"
 #include "ref_counted.h"
 #include "registry_path.h"
@@ -19,14 +19,6 @@ using KeyId = RegistryStore::KeyId;
 
 constexpr const char* kCategoriesKey = "Component Categories";
 constexpr const char* kImplementedKey = "Implemented Categories";
-
-std::string GuidText(const COM_GUID& id) {
-    char text[39];
-    std::snprintf(text, sizeof text, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id.Data1, id.Data2,
-                  id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3], id.Data4[4], id.Data4[5],
-                  id.Data4[6], id.Data4[7]);
-    return text;
-}
 
 class CategoryManager final : public RefCounted<COM_ICatRegister, COM_IID_ICatRegister> {
 public:

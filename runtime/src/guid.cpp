@@ -1,7 +1,24 @@
 // Identifier text conversion and the runtime's identifiers.
 #include <cstdio>
 
+#include "guid_text.h"
 #include "kesto/com.h"
+
+namespace kesto {
+
+void FormatGuid(const COM_GUID& id, char (&text)[kGuidTextLength + 1]) {
+    std::snprintf(text, sizeof text, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id.Data1, id.Data2,
+                  id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3], id.Data4[4], id.Data4[5],
+                  id.Data4[6], id.Data4[7]);
+}
+
+std::string GuidText(const COM_GUID& id) {
+    char text[kGuidTextLength + 1];
+    FormatGuid(id, text);
+    return std::string(text, kGuidTextLength);
+}
+
+}  // namespace kesto
 
 extern "C" {
 
@@ -24,13 +41,11 @@ const COM_GUID COM_IID_IMemory = {0x10DF632E, 0x370A, 0x472D, {0xA0, 0xBA, 0x53,
 
 HRESULT COM_CLSIDToString(const COM_GUID& clsid, BSTR* text) {
     if (text == nullptr) return E_POINTER;
-    char narrow[39];
-    std::snprintf(narrow, sizeof narrow, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", clsid.Data1,
-                  clsid.Data2, clsid.Data3, clsid.Data4[0], clsid.Data4[1], clsid.Data4[2], clsid.Data4[3],
-                  clsid.Data4[4], clsid.Data4[5], clsid.Data4[6], clsid.Data4[7]);
-    unsigned short wide[38];
-    for (int i = 0; i < 38; ++i) wide[i] = static_cast<unsigned char>(narrow[i]);
-    *text = COM_SysAllocStringLen(wide, 38);
+    char narrow[kesto::kGuidTextLength + 1];
+    kesto::FormatGuid(clsid, narrow);
+    unsigned short wide[kesto::kGuidTextLength];
+    for (std::size_t i = 0; i < kesto::kGuidTextLength; ++i) wide[i] = static_cast<unsigned char>(narrow[i]);
+    *text = COM_SysAllocStringLen(wide, kesto::kGuidTextLength);
     return *text == nullptr ? E_OUTOFMEMORY : S_OK;
 }
 

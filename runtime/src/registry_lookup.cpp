@@ -3,27 +3,15 @@
 
 #include <memory>
 
+#include "guid_text.h"
 #include "kesto/registry.h"
 #include "registry_path.h"
 #include "registry_store.h"
 
 namespace kesto {
-namespace {
-
-std::string ClassKeyName(const COM_GUID& clsid) {
-    BSTR text = nullptr;
-    if (COM_CLSIDToString(clsid, &text) != S_OK) return std::string();
-    std::string narrow(text, text + COM_SysStringLen(text));
-    COM_SysFreeString(text);
-    return narrow;
-}
-
-}  // namespace
-
 HRESULT LookupInprocServer(const COM_GUID& clsid, std::string* module) {
     module->clear();
-    std::string classKey = ClassKeyName(clsid);
-    if (classKey.empty()) return E_OUTOFMEMORY;
+    const std::string classKey = GuidText(clsid);
     std::unique_ptr<RegistryStore> store;
     HRESULT hr = RegistryStore::Open(RegistryFilePath(), RegistryStore::OpenMode::kExisting, &store);
     if (hr != S_OK) return hr;

@@ -109,27 +109,9 @@ public:
         return m_store->DeleteValue(m_current, StoredTextFromUnits(valueName));
     }
 
-    HRESULT EnumSubkeys(COM_IRegistryEnum** out) override {
-        if (out == nullptr) return E_POINTER;
-        *out = nullptr;
-        HRESULT hr = RequireCurrentKey();
-        if (FAILED(hr)) return hr;
-        std::vector<std::string> names;
-        hr = m_store->ChildNames(m_current, &names);
-        if (FAILED(hr)) return hr;
-        return MakeNameEnumerator(std::move(names), out);
-    }
+    HRESULT EnumSubkeys(COM_IRegistryEnum** out) override { return EnumNames(&RegistryStore::ChildNames, out); }
 
-    HRESULT EnumValues(COM_IRegistryEnum** out) override {
-        if (out == nullptr) return E_POINTER;
-        *out = nullptr;
-        HRESULT hr = RequireCurrentKey();
-        if (FAILED(hr)) return hr;
-        std::vector<std::string> names;
-        hr = m_store->ValueNames(m_current, &names);
-        if (FAILED(hr)) return hr;
-        return MakeNameEnumerator(std::move(names), out);
-    }
+    HRESULT EnumValues(COM_IRegistryEnum** out) override { return EnumNames(&RegistryStore::ValueNames, out); }
 
     HRESULT GetValueKind(CBSTR valueName, int* kind) override {
         if (kind == nullptr) return E_POINTER;
@@ -183,6 +165,20 @@ private:
         if (FAILED(hr)) return hr;
         m_current = key;
         return S_OK;
+    }
+
+    using NameQuery = HRESULT (RegistryStore::*)(KeyId, std::vector<std::string>*);
+
+    // An enumerator over the names `query` gives for the current key.
+    HRESULT EnumNames(NameQuery query, COM_IRegistryEnum** out) {
+        if (out == nullptr) return E_POINTER;
+        *out = nullptr;
+        HRESULT hr = RequireCurrentKey();
+        if (FAILED(hr)) return hr;
+        std::vector<std::string> names;
+        hr = (m_store.get()->*query)(m_current, &names);
+        if (FAILED(hr)) return hr;
+        return MakeNameEnumerator(std::move(names), out);
     }
 
     // S_OK with the value, S_FALSE when there is none, REGDB_E_INVALIDVALUE when

@@ -276,18 +276,17 @@ HRESULT RegistryStore::IsEmpty(KeyId key) {
 }
 
 HRESULT RegistryStore::ChildNames(KeyId parent, std::vector<std::string>* names) {
-    names->clear();
-    Statement query(m_db, "SELECT name FROM registry_keys WHERE parent = ?1 ORDER BY name");
-    query.Bind(1, parent);
-    int rc;
-    while ((rc = query.Step()) == SQLITE_ROW) names->push_back(query.Text(0));
-    return rc == SQLITE_DONE ? S_OK : ReadFailure(rc);
+    return SelectNames("SELECT name FROM registry_keys WHERE parent = ?1 ORDER BY name", parent, names);
 }
 
 HRESULT RegistryStore::ValueNames(KeyId key, std::vector<std::string>* names) {
+    return SelectNames("SELECT name FROM registry_values WHERE key = ?1 ORDER BY name", key, names);
+}
+
+HRESULT RegistryStore::SelectNames(const char* sql, KeyId id, std::vector<std::string>* names) {
     names->clear();
-    Statement query(m_db, "SELECT name FROM registry_values WHERE key = ?1 ORDER BY name");
-    query.Bind(1, key);
+    Statement query(m_db, sql);
+    query.Bind(1, id);
     int rc;
     while ((rc = query.Step()) == SQLITE_ROW) names->push_back(query.Text(0));
     return rc == SQLITE_DONE ? S_OK : ReadFailure(rc);

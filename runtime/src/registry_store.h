@@ -91,6 +91,8 @@ private:
     template <typename Change>
     HRESULT Atomically(Change change);
     HRESULT Execute(const char* sql, HRESULT onError);
+    // The first column of every row `sql` selects with ?1 bound to `id`.
+    HRESULT SelectNames(const char* sql, KeyId id, std::vector<std::string>* names);
 
     sqlite3* m_db;
 };

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "tools/ToolCommands.h"
+#include "tools/ToolText.h"
 
 namespace vantle::tool {
 namespace {
@@ -45,14 +46,6 @@ const DemoStep kSteps[] = {
     {nullptr, "members Format --import Util --flags 1"},
     {"For programs: the same answers as JSON", "signature Shop.Order Save 1 --json"},
 };
-
-std::vector<std::string> SplitWords(const std::string& text) {
-    std::vector<std::string> words;
-    std::istringstream stream(text);
-    std::string word;
-    while (stream >> word) words.push_back(word);
-    return words;
-}
 
 }  // namespace
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
 
 #include "tools/ToolCommands.h"
 #include "tools/ToolText.h"
@@ -28,14 +27,6 @@ const char kReplHelp[] =
 ServiceSession* g_completionSession = nullptr;
 std::vector<std::string> g_candidates;
 std::size_t g_nextCandidate = 0;
-
-std::vector<std::string> SplitWords(const std::string& line) {
-    std::vector<std::string> words;
-    std::istringstream stream(line);
-    std::string word;
-    while (stream >> word) words.push_back(word);
-    return words;
-}
 
 std::vector<std::string> ClassCandidates(const std::string& prefix) {
     std::u16string prefix16 = ToUtf16(prefix);

@@ -1,6 +1,8 @@
 // Text helpers of the tool.
 #include "tools/ToolText.h"
 
+#include <sstream>
+
 namespace vantle::tool {
 
 std::vector<std::string> SplitList(std::string_view list) {
@@ -14,6 +16,14 @@ std::vector<std::string> SplitList(std::string_view list) {
     }
     if (start < list.size()) entries.emplace_back(list.substr(start));
     return entries;
+}
+
+std::vector<std::string> SplitWords(const std::string& text) {
+    std::vector<std::string> words;
+    std::istringstream stream(text);
+    std::string word;
+    while (stream >> word) words.push_back(word);
+    return words;
 }
 
 }  // namespace vantle::tool

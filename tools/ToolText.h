@@ -54,6 +54,8 @@ private:
 
 // Splits a comma-terminated list ("a,b,") into its entries.
 std::vector<std::string> SplitList(std::string_view list);
+// Splits at runs of white space, as a command line typed at the prompt is read.
+std::vector<std::string> SplitWords(const std::string& text);
 
 }  // namespace vantle::tool
 

@@ -37,9 +37,10 @@ HRESULT WalkSection(NodeHolder& node, const Section& section, int includeInherit
         hr = children->Next(&name, &values);
         if (FAILED(hr)) return hr;
         if (name.IsNull()) return S_OK;
-        bool internal = utlValueAt(values, section.internalAt) == '1';
+        const utlValueReader answer(values);
+        bool internal = answer.At(section.internalAt) == '1';
         if (internal && !IsSet(flags, MEMBER_INTERNAL)) continue;
-        accept(name, values);
+        accept(name, answer);
     }
 }
 
@@ -97,8 +98,8 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
                                  : utlJoin({S_A_String0005, METHclassmethod, S_A_String0005, METHinternal}),
                         kSecondValue};
         hr = WalkSection(node, methods, m_includeInherited, flags,
-                         [&](const utlAutoBSTR& name, const utlAutoBSTR& values) {
-                             unsigned short classMethod = utlValueAt(values, kFirstValue);
+                         [&](const utlAutoBSTR& name, const utlValueReader& values) {
+                             unsigned short classMethod = values.At(kFirstValue);
                              bool wanted = (classMethod == '1' && IsSet(flags, MEMBER_CLASSMETHODS)) ||
                                            (classMethod == '0' && IsSet(flags, MEMBER_INSTANCEMETHODS));
                              if (!wanted) return;
@@ -107,7 +108,7 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
                                  list.Append(S_A_String0008);
                                  return;
                              }
-                             bool isPrivate = utlValueAt(values, kThirdValue) == '1';
+                             bool isPrivate = values.At(kThirdValue) == '1';
                              StartEntry(entry, name);
                              entry += S_A_String0009;
                              if (classMethod == '1' || isPrivate) entry += S_A_String0021;
@@ -127,14 +128,14 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
                                     : utlJoin({S_A_String0005, PROPinternal}),
                            kFirstValue};
         hr = WalkSection(node, properties, m_includeInherited, flags,
-                         [&](const utlAutoBSTR& name, const utlAutoBSTR& values) {
+                         [&](const utlAutoBSTR& name, const utlValueReader& values) {
                              if (!extended) {
                                  list.Append(name);
                                  list.Append(S_A_String0004);
                                  return;
                              }
                              StartEntry(entry, name);
-                             if (utlValueAt(values, kSecondValue) == '1') {
+                             if (values.At(kSecondValue) == '1') {
                                  entry += S_A_String0021;
                                  entry += S_A_String0024;
                              }
@@ -149,7 +150,7 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
     if (IsSet(flags, MEMBER_PARAMETERS)) {
         Section parameters{TNODEclassparameter, utlJoin({S_A_String0005, PROPinternal}), kFirstValue};
         hr = WalkSection(node, parameters, m_includeInherited, flags,
-                         [&](const utlAutoBSTR& name, const utlAutoBSTR&) {
+                         [&](const utlAutoBSTR& name, const utlValueReader&) {
                              list.Append(name);
                              list.Append(S_A_String0004);
                          });

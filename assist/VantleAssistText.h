@@ -53,10 +53,17 @@ private:
 
 inline bool utlMemberNameEquals(CBSTR name, CBSTR wanted) { return utlMemberName(wanted).Matches(name); }
 
-// The unit at `position` of a keyword answer, or NUL past its end.
-inline unsigned short utlValueAt(const utlAutoBSTR& values, unsigned long position) {
-    return position < values.Length() ? values.Get()[position] : 0;
-}
+// A keyword answer measured once and read unit by unit; NUL past its end.
+class utlValueReader {
+public:
+    explicit utlValueReader(CBSTR values) : m_values(values), m_length(COM_SysStringLen(values)) {}
+
+    unsigned short At(unsigned long position) const { return position < m_length ? m_values[position] : 0; }
+
+private:
+    CBSTR m_values;
+    unsigned long m_length;
+};
 
 // Everything after the first ':' of a one-piece value; the empty text when the
 // value holds no ':'. NULL only when the runtime cannot allocate.

@@ -30,17 +30,6 @@ utlAutoBSTR::~utlAutoBSTR() {
     if (m_str != nullptr) COM_SysFreeString(m_str);
 }
 
-void utlAutoBSTR::Attach(BSTR owned) {
-    BSTR old = m_str;
-    m_str = owned;
-    if (old != nullptr && old != owned) COM_SysFreeString(old);
-}
-
-BSTR* utlAutoBSTR::operator&() {
-    Attach(nullptr);
-    return &m_str;
-}
-
 BSTR utlAutoBSTR::Copy() const { return COM_SysAllocStringLen(m_str, COM_SysStringLen(m_str)); }
 
 HRESULT utlAutoBSTR::Append(const unsigned short* text, unsigned long count) { return AppendUnits(text, count); }

@@ -59,9 +59,17 @@ public:
         return s;
     }
     // Frees the held string and takes ownership of `owned`.
-    void Attach(BSTR owned);
-    // Frees the held string; returns the address to fill from an out-parameter.
-    BSTR* operator&();
+    void Attach(BSTR owned) {
+        BSTR old = m_str;
+        m_str = owned;
+        if (old != nullptr && old != owned) COM_SysFreeString(old);
+    }
+    // Frees the held string; returns the address to fill from an out-parameter. Inline:
+    // a member walk passes two holders to every Next.
+    BSTR* operator&() {
+        Attach(nullptr);
+        return &m_str;
+    }
 
     BSTR Get() const { return m_str; }
     operator CBSTR() const { return m_str; }

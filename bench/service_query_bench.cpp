@@ -244,8 +244,8 @@ void BM_GetClassMembersEx(benchmark::State& state) { Listing(state, true); }
 void MemberType(benchmark::State& state, const Units& member, SYMBOL_KIND expected, bool firstQuery) {
     Fixture& fixture = FixtureFor(static_cast<unsigned>(state.range(0)));
     COM_IClassCache* cache = nullptr;
-    vantle::bench::Require(fixture.service->manager->QueryInterface(COM_IID_IClassCache, reinterpret_cast<void**>(&cache)) == S_OK,
-                           "the tree's class cache");
+    HRESULT found = fixture.service->manager->QueryInterface(COM_IID_IClassCache, reinterpret_cast<void**>(&cache));
+    vantle::bench::Require(found == S_OK, "the tree's class cache");
     for (auto _ : state) {
         if (firstQuery) {
             state.PauseTiming();

@@ -74,7 +74,9 @@ std::size_t BlockBytes(std::uint32_t bytes) { return kPrefix + bytes + 2u; }
     if (blockBytes <= kLargestKept) return kSmallClasses - 1 + ((blockBytes - 1) >> 8);
     return kClassCount;
 }
-[[maybe_unused]] std::size_t ClassBytes(std::size_t c) { return c < kSmallClasses ? (c + 1) * 16 : (c + 2 - kSmallClasses) * 256; }
+[[maybe_unused]] std::size_t ClassBytes(std::size_t c) {
+    return c < kSmallClasses ? (c + 1) * 16 : (c + 2 - kSmallClasses) * 256;
+}
 
 struct FreeBlock {
     FreeBlock* next;
@@ -260,7 +262,8 @@ inline BSTR Allocate(const unsigned short* text, unsigned int length) {
 #if !defined(KESTO_PLAIN_STRING_BLOCKS)
     ThreadStrings* thread = t_strings;
     if (length <= kUnitsCopiedInline && IsActive(thread) && g_faultCount.load(std::memory_order_relaxed) == 0) {
-        if (void* block = ReuseBlock(*thread, ClassOf(BlockBytes(length * 2u)))) return Fill(thread, block, text, length);
+        void* block = ReuseBlock(*thread, ClassOf(BlockBytes(length * 2u)));
+        if (block != nullptr) return Fill(thread, block, text, length);
     }
 #endif
     return AllocateAnyway(text, length);

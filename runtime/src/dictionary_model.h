@@ -1,11 +1,12 @@
 // The loaded form of a class dictionary.
 //
 // A Dictionary is built once by the loader and never changes afterwards, except
-// for its caches of merged member lists and of members' answers to keyword queries,
-// which are filled on demand and may be dropped at any time (DropCaches). All texts live in one pool of 16-bit units and
-// are referred to by TextRef; names compare and sort by code-unit value. Member
-// lists are vectors of member indices sorted by name, shared through shared_ptr
-// so that an open enumeration keeps its list alive across DropCaches.
+// for its caches of merged member lists and of packed answers to keyword queries,
+// which are filled on demand and may be dropped at any time (DropCaches). All texts
+// live in one pool of 16-bit units and are referred to by TextRef; names compare and
+// sort by code-unit value. Member lists are vectors of member indices sorted by name,
+// shared through shared_ptr so that an open enumeration keeps its list alive across
+// DropCaches.
 //
 // Not thread-safe: like the tree objects above it, it is used from one thread.
 #ifndef KESTO_RUNTIME_DICTIONARY_MODEL_H_

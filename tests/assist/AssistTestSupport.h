@@ -12,6 +12,7 @@
 
 #include "assist/VantleAssistInterfaces.h"
 #include "fixtures/FakeClassTree.h"
+#include "fixtures/StringBalanceTest.h"
 #include "fixtures/TestText.h"
 #include "kesto/diagnostics.h"
 #include "sys/sysCom.h"
@@ -49,7 +50,7 @@ auto UnderStringFailures(Call call, Check check, unsigned long limit) {
     }
 }
 
-class AssistTest : public ::testing::Test {
+class AssistTest : public StringBalanceTest {
 protected:
     void SetUp() override {
         COM_IClassFactory* factory = nullptr;
@@ -70,7 +71,6 @@ protected:
         EXPECT_EQ(tree.OutstandingReferences(), 0) << "the service kept references to the tree";
         EXPECT_EQ(tree.LiveObjects(), 0) << "nodes or collections were never released";
         EXPECT_EQ(tree.OverReleases(), 0) << "the service released references it did not hold";
-        EXPECT_EQ(KESTO_LiveStringCount(), m_strings) << "strings were leaked";
         EXPECT_EQ(g_theModule.GetLockCount(), m_locks);
     }
 
@@ -83,7 +83,6 @@ protected:
     COM_IVantleAssist3* assist3 = nullptr;
 
 private:
-    long m_strings = KESTO_LiveStringCount();
     int m_locks = g_theModule.GetLockCount();
 };
 

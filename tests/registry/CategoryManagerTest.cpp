@@ -1,7 +1,7 @@
 // The category manager's records in the registry.
 #include <gtest/gtest.h>
 
-#include "kesto/diagnostics.h"
+#include "fixtures/StringBalanceTest.h"
 #include "registry/RegistryTestSupport.h"
 
 namespace {
@@ -15,18 +15,12 @@ const std::string kClassKey = "CLSID\\{AAAAAAAA-BBBB-CCCC-DDDD-EEEEEEEEEEEE}";
 const std::string kImplemented = kClassKey + "\\Implemented Categories";
 const std::string kCategoryText = "{11111111-2222-3333-4444-555555555555}";
 
-class CategoryManagerTest : public ::testing::Test {
+class CategoryManagerTest : public StringBalanceTest {
 protected:
     void SetUp() override { ASSERT_EQ(COM_CreateInstance(COM_CLSID_CategoryManager, nullptr, COM_IID_ICatRegister,
                                                          m_categories.Out()), S_OK); }
-    void TearDown() override {
-        m_categories.Reset();
-        EXPECT_EQ(KESTO_LiveStringCount(), m_strings);
-    }
-
     TempFolder m_folder;
     ScopedEnv m_registryEnv{"KESTO_REGISTRY", (m_folder.Path() / "registry.db").string()};
-    long m_strings = KESTO_LiveStringCount();
     Ref<COM_ICatRegister> m_categories;
 };
 

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include "fixtures/StringBalanceTest.h"
 #include "kesto/diagnostics.h"
 #include "registry/RegistryTestSupport.h"
 
@@ -16,10 +17,8 @@ const COM_GUID kUnservedClass = {0x6B1D0003, 0x0000, 0x4000, {0x80, 0x00, 0x00, 
 const std::string kModuleFolder = REGISTRY_TEST_MODULE_DIR;
 const std::string kModuleName = "libregistry_test_module.so";
 
-class CreateInstanceTest : public ::testing::Test {
+class CreateInstanceTest : public StringBalanceTest {
 protected:
-    void TearDown() override { EXPECT_EQ(KESTO_LiveStringCount(), m_strings); }
-
     // Writes CLSID\{clsid}\InprocServer32 = module.
     void Register(const COM_GUID& clsid, const std::string& module) {
         BSTR text = nullptr;
@@ -41,7 +40,6 @@ protected:
     std::filesystem::path m_file = m_folder.Path() / "registry.db";
     ScopedEnv m_registryEnv{"KESTO_REGISTRY", m_file.string()};
     ScopedEnv m_moduleEnv{"KESTO_MODULE_PATH", std::nullopt};
-    long m_strings = KESTO_LiveStringCount();
 };
 
 TEST_F(CreateInstanceTest, BuiltInClassesOverridesAndBadArguments) {

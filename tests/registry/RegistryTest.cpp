@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "fixtures/StringBalanceTest.h"
 #include "kesto/diagnostics.h"
 #include "registry/RegistryTestSupport.h"
 
@@ -34,13 +35,8 @@ TEST(RegistryLocationTest, FollowsTheEnvironmentInOrder) {
     }
 }
 
-class RegistryTest : public ::testing::Test {
+class RegistryTest : public StringBalanceTest {
 protected:
-    void TearDown() override {
-        KESTO_FaultInjectStrings(0, 0);
-        EXPECT_EQ(KESTO_LiveStringCount(), m_strings);
-    }
-
     // A registry object with a chain open at `path` below root 1.
     void Open(Ref<COM_IRegistry>& registry, const char16_t* path = u"") {
         ASSERT_EQ(NewRegistry(registry), S_OK);
@@ -65,7 +61,6 @@ protected:
     std::filesystem::path m_file = m_folder.Path() / "data" / "kesto" / "registry.db";
     ScopedEnv m_registryEnv{"KESTO_REGISTRY", m_file.string()};
     ScopedEnv m_timeoutEnv{"KESTO_REGISTRY_BUSY_TIMEOUT_MS", std::string("200")};
-    long m_strings = KESTO_LiveStringCount();
 };
 
 TEST_F(RegistryTest, KeepsValuesExactlyAcrossObjects) {

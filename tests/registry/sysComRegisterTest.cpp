@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "fixtures/StringBalanceTest.h"
 #include "kesto/diagnostics.h"
 #include "registry/RegistryTestSupport.h"
 #include "sys/sysComRegister.h"
@@ -29,13 +30,10 @@ HRESULT Update(int doRegister, bool other = false) {
                                            given(says), given(moniker), given(extensions));
 }
 
-class RegistrationTest : public ::testing::Test {
+class RegistrationTest : public StringBalanceTest {
 protected:
-    void TearDown() override { EXPECT_EQ(KESTO_LiveStringCount(), m_strings) << "every string was freed"; }
-
     TempFolder m_folder;
     ScopedEnv m_registryEnv{"KESTO_REGISTRY", (m_folder.Path() / "registry.db").string()};
-    long m_strings = KESTO_LiveStringCount();
 };
 
 TEST_F(RegistrationTest, RegisteringWritesEveryRecordAndCountsInstallations) {
@@ -184,7 +182,6 @@ protected:
         KESTO_OverrideClass(COM_CLSID_CategoryManager, nullptr);
         KESTO_FaultInjectStrings(0, 0);
         EXPECT_EQ(m_doubles.live, 0) << "every registry object and enumerator was released";
-        RegistrationTest::TearDown();
     }
 
     Doubles m_doubles;

@@ -111,6 +111,9 @@ TEST(DictionaryLoading, EveryKeyButNameIsOptional) {
 
 TEST(DictionaryLoading, AFailedLoadKeepsTheTreeLoadedBefore) {
     auto manager = NewManager();
+    BSTR path = nullptr;
+    manager->GetDictionaryPath(&path);
+    EXPECT_EQ(Take(path), "") << "nothing loaded yet";
     ASSERT_EQ(LoadText(manager.get(), R"({"classes": [{"name": "A.Kept"}]})", "first.json").status, S_OK);
     ASSERT_NE(LoadText(manager.get(), R"({"classes": [{"name": "A.New"}, {"name": "A.New"}]})").status, S_OK);
     ASSERT_NE(LoadText(manager.get(), R"({"classes": [{"name": "A.New", "super": ["A.None"]}]})").status, S_OK);
@@ -118,7 +121,6 @@ TEST(DictionaryLoading, AFailedLoadKeepsTheTreeLoadedBefore) {
     EXPECT_EQ(manager->GetClassNode(W("A.Kept"), &node), S_OK);
     if (node) node->Release();
     EXPECT_EQ(manager->GetClassNode(W("A.New"), &node), TNODE_E_CLASSNOTEXIST);
-    BSTR path = nullptr;
     manager->GetDictionaryPath(&path);
     EXPECT_EQ(Take(path), "first.json");
 }

@@ -2,6 +2,7 @@
 // keyword answers, as a component reads them.
 #include <gtest/gtest.h>
 
+#include "fixtures/StringBalanceTest.h"
 #include "kesto/diagnostics.h"
 #include "tree_test_support.h"
 
@@ -44,15 +45,11 @@ std::string Drain(COM_IStringCollection* children) {
     return entries;
 }
 
-class ClassNodes : public testing::Test {
+class ClassNodes : public StringBalanceTest {
 protected:
     void SetUp() override {
         auto outcome = treetest::LoadText(manager_.get(), kShop);
         ASSERT_EQ(outcome.status, S_OK) << outcome.message;
-    }
-    void TearDown() override {
-        manager_.reset();
-        EXPECT_EQ(KESTO_LiveStringCount(), stringsBefore_) << "a string handed out was not freed, or freed twice";
     }
 
     Ref<COM_ITNodeElement> Node(const char* name) {
@@ -67,7 +64,6 @@ protected:
         return children ? Drain(children) : "";
     }
 
-    long stringsBefore_ = KESTO_LiveStringCount();
     Ref<COM_ITNodeManager> manager_ = treetest::NewManager();
 };
 

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "fixtures/StringBalanceTest.h"
 #include "fixtures/TestText.h"
 #include "kesto/diagnostics.h"
 
@@ -17,15 +18,7 @@ std::uint32_t BytePrefix(BSTR string) {
     return bytes;
 }
 
-class BstrTest : public ::testing::Test {
-protected:
-    void TearDown() override {
-        KESTO_FaultInjectStrings(0, 0);
-        EXPECT_EQ(KESTO_LiveStringCount(), m_liveAtStart) << "a string was not freed";
-    }
-
-    long m_liveAtStart = KESTO_LiveStringCount();
-};
+using BstrTest = StringBalanceTest;
 
 TEST_F(BstrTest, LayoutIsByteCountThenUnitsThenZeroAndLengthKeepsEmbeddedZeros) {
     for (const char16_t* text : {u"", u"a", u"hello, world"}) {
@@ -34,7 +27,7 @@ TEST_F(BstrTest, LayoutIsByteCountThenUnitsThenZeroAndLengthKeepsEmbeddedZeros) 
         const std::size_t length = std::char_traits<char16_t>::length(text);
         EXPECT_EQ(BytePrefix(s), 2 * length);
         EXPECT_EQ(s[length], 0);
-        EXPECT_EQ(KESTO_LiveStringCount(), m_liveAtStart + 1);
+        EXPECT_EQ(KESTO_LiveStringCount(), m_stringsAtStart + 1);
         EXPECT_EQ(Take(s), Narrow(W(text)));
     }
     BSTR s = COM_SysAllocStringLen(W(std::u16string_view(u"a\0b\0", 4)), 3);
@@ -102,7 +95,7 @@ TEST_F(BstrTest, LiveCountFollowsStringsAcrossThreads) {
         COM_SysFreeString(COM_SysAllocString(W("gone before the end")));
     });
     worker.join();
-    EXPECT_EQ(KESTO_LiveStringCount(), m_liveAtStart + 10) << "an ended thread's strings still count";
+    EXPECT_EQ(KESTO_LiveStringCount(), m_stringsAtStart + 10) << "an ended thread's strings still count";
 
     BSTR fromMain = COM_SysAllocString(W("freed elsewhere"));
     std::thread freer([&] {

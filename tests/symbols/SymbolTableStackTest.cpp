@@ -23,7 +23,7 @@ namespace {
 const ParserLanguage kServer = static_cast<ParserLanguage>(5), kQuery = static_cast<ParserLanguage>(7),
                      kScript = static_cast<ParserLanguage>(9);
 
-class CSymbolTableStackTest : public StringAccountingTest {
+class CSymbolTableStackTest : public StringBalanceTest {
 protected:
     CSymbolTableStack stack;
 

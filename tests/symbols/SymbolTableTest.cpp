@@ -6,7 +6,7 @@ namespace {
 const ParserLanguage kInner = static_cast<ParserLanguage>(5), kUntouched = static_cast<ParserLanguage>(99);
 const unsigned int kLocals = 1u << (SYMBOL_LOCAL - 1);
 
-class CSymbolTableTest : public StringAccountingTest {
+class CSymbolTableTest : public StringBalanceTest {
 protected:
     CSymbolTable root{PARSERLANGUAGE_ROOT, nullptr};
     CSymbolTable inner{kInner, &root};

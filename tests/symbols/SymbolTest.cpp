@@ -3,7 +3,7 @@
 
 namespace {
 
-using CSymbolTest = StringAccountingTest;
+using CSymbolTest = StringBalanceTest;
 
 TEST_F(CSymbolTest, ReprListsKindsInOrderWithEightBitUnits) {
     CSymbol symbol, method, odd;

@@ -3,6 +3,7 @@
 
 #include <map>
 
+#include "fixtures/StringBalanceTest.h"
 #include "fixtures/TestText.h"
 #include "kesto/diagnostics.h"
 #include "sys/sysComLib.h"
@@ -10,16 +11,7 @@
 
 namespace {
 
-class AutoBstrTest : public ::testing::Test {
-protected:
-    void TearDown() override {
-        KESTO_FaultInjectStrings(0, 0);
-        EXPECT_EQ(KESTO_LiveStringCount(), m_liveStrings) << "a string was not freed";
-    }
-
-private:
-    long m_liveStrings = KESTO_LiveStringCount();
-};
+using AutoBstrTest = StringBalanceTest;
 
 std::string Held(const utlAutoBSTR& s) { return Narrow(s.Get(), s.Length()); }
 utlAutoBSTR Holding(const char* text) { return utlAutoBSTR(text ? COM_SysAllocString(W(text)) : nullptr); }

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "fixtures/StringBalanceTest.h"
 #include "fixtures/TestText.h"
 #include "kesto/diagnostics.h"
 #include "sys/sysCom.h"
@@ -24,16 +25,10 @@ void* const kUntouched = reinterpret_cast<void*>(0x5A5A);
 const COM_GUID kUnknownId = {0x6A1C2F13, 0x3B7E, 0x4D21, {0x9E, 0x51, 0, 0, 0, 0, 0, 1}};
 
 // Every test starts and must end with an unlocked module and no live string.
-class FrameTest : public ::testing::Test {
+class FrameTest : public StringBalanceTest {
 protected:
     void SetUp() override { ASSERT_EQ(g_theModule.GetLockCount(), 0); }
-    void TearDown() override {
-        KESTO_FaultInjectStrings(0, 0);
-        EXPECT_EQ(g_theModule.GetLockCount(), 0);
-        EXPECT_EQ(KESTO_LiveStringCount(), m_liveStrings);
-    }
-
-    long m_liveStrings = KESTO_LiveStringCount();
+    void TearDown() override { EXPECT_EQ(g_theModule.GetLockCount(), 0); }
 };
 
 TEST_F(FrameTest, EveryFactoryOfTheObjectMapAnswersItselfAndEachReferenceLocksTheModule) {

@@ -30,10 +30,6 @@ std::vector<Units> TakeList(BSTR list) {
     return entries;
 }
 
-void Free(std::initializer_list<BSTR> strings) {
-    for (BSTR text : strings) COM_SysFreeString(text);
-}
-
 TEST(ServiceSoakTest, MixedQueriesAndSymbolOperationsLeaveNothingBehind) {
     const long stringsBefore = KESTO_LiveStringCount();
     ASSERT_EQ(CanUnloadNow(), S_OK);
@@ -43,16 +39,16 @@ TEST(ServiceSoakTest, MixedQueriesAndSymbolOperationsLeaveNothingBehind) {
     COM_IVantleAssist2* assist2 = nullptr;
     COM_IVantleAssist3* assist3 = nullptr;
     COM_IVantleAssistEx* assistEx = nullptr;
-    ASSERT_EQ(COM_CreateInstance(COM_CLSID_TNodeManager, nullptr, COM_IID_ITNodeManager,
-                                 reinterpret_cast<void**>(&manager)), S_OK);
+    auto slot = [](auto** pointer) { return reinterpret_cast<void**>(pointer); };
+    ASSERT_EQ(COM_CreateInstance(COM_CLSID_TNodeManager, nullptr, COM_IID_ITNodeManager, slot(&manager)), S_OK);
     BSTR message = nullptr;
     ASSERT_EQ(manager->LoadDictionary(W(VANTLE_BUNDLED_DICTIONARY), &message), S_OK) << Take(message);
-    ASSERT_EQ(GetClassObject(COM_CLSID_VantleAssist, COM_IID_IClassFactory, reinterpret_cast<void**>(&factory)), S_OK);
-    ASSERT_EQ(factory->CreateInstance(COM_IID_IVantleAssist, reinterpret_cast<void**>(&assist)), S_OK);
+    ASSERT_EQ(GetClassObject(COM_CLSID_VantleAssist, COM_IID_IClassFactory, slot(&factory)), S_OK);
+    ASSERT_EQ(factory->CreateInstance(COM_IID_IVantleAssist, slot(&assist)), S_OK);
     factory->Release();
-    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssist2, reinterpret_cast<void**>(&assist2)), S_OK);
-    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssist3, reinterpret_cast<void**>(&assist3)), S_OK);
-    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssistEx, reinterpret_cast<void**>(&assistEx)), S_OK);
+    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssist2, slot(&assist2)), S_OK);
+    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssist3, slot(&assist3)), S_OK);
+    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssistEx, slot(&assistEx)), S_OK);
     ASSERT_EQ(assist->Initialize(manager), S_OK);
 
     // Every member of every class, as the service lists them; a trailing '(' marks a method.
@@ -128,7 +124,7 @@ TEST(ServiceSoakTest, MixedQueriesAndSymbolOperationsLeaveNothingBehind) {
                     assistEx->SetRelativeClassName(cls);
                 }
         }
-        Free({out[0], out[1], out[2]});
+        for (BSTR text : out) COM_SysFreeString(text);
     }
     std::printf("soak: %lu operations; queries %lu answered, %lu missed; symbol operations %lu answered, %lu missed\n",
                 operations, answered[0], missed[0], answered[1], missed[1]);

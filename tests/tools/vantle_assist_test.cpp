@@ -1,5 +1,7 @@
 // The host tool end to end: the real binary, the real component and runtime, the
 // bundled dictionary. Checks the --json answers exactly, exit statuses and messages.
+// The answers themselves are the service's tests; these rows cover each option and
+// each shape of answer once.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
@@ -41,20 +43,16 @@ TEST_F(Tool, JsonAnswersOnTheBundledDictionary) {
         {"members Shop.ExpressOrder --extended --no-inherited", R"j({"hresult": 0, "list": "Cost(\tC,Slot,"})j"},
         {"members Shop.Settings --flags 24", R"j({"hresult": 0, "list": "ADMINEMAIL,CURRENCY,FREESHIPPINGFROM,"})j"},
         {"members %Text", R"j({"hresult": 1, "list": null})j"},
-        {"members %Text --flags 33", R"j({"hresult": 0, "list": "%ClassName(,%IsA(,%New(,IsValid(,LogicalToDisplay(,"})j"},
         {"members Format --import Util --flags 1", R"j({"hresult": 0, "list": "Date(,Money(,Pad(,"})j"},
         {"type Shop.Order Save", R"j({"hresult": 0, "kind": 4, "type": "%Result"})j"},
-        {"type Shop.Customer Tags", R"j({"hresult": 0, "kind": 5, "type": "list of %Library.Text"})j"},
         {"type Shop.Order Nothing", R"j({"hresult": 1, "kind": 0, "type": null})j"},
         {"type Order Lines --relative Shop.Invoice", R"j({"hresult": 0, "kind": 5, "type": "relm of Shop.Line"})j"},
-        {"type Shop.Order Print --no-inherited", R"j({"hresult": 1, "kind": 0, "type": null})j"},
         {"signature Shop.Order Save",
          R"j({"hresult": 0, "before": "Save(pName As %Text = \"abc\",ByRef pCount As %Count) As %Result", "current": null, "after": null})j"},
         {"signature Shop.Report Trend 4",
          R"j({"hresult": 0, "before": "Trend(pFrom As %Date,pTo As %Date,pTax As %Numeric = -0.5,", "current": "pNote As %Text = null", "after": ",pMode) As %Numeric"})j"},
         {"signature Shop.Order Nothing 1", R"j({"hresult": 1, "before": "", "current": "", "after": ""})j"},
         {"origin Shop.ExpressOrder Touch 2", R"j({"hresult": 0, "origin": "Util.Auditable"})j"},
-        {"origin Shop.Order STORAGE 10", R"j({"hresult": 0, "origin": "%Library.Persistent"})j"},
         {"origin Shop.Order Save 5", R"j({"hresult": 1, "origin": null})j"},
     };
     for (const auto& [arguments, json] : cases) {

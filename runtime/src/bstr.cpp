@@ -6,6 +6,12 @@
 // again; it also keeps its own count of live strings, so that neither an allocation
 // nor a free takes a lock or an atomic read-modify-write. Under the address
 // sanitizer every string is a plain malloc/free, so that it sees each one.
+//
+// Names and keyword answers vary in length from one child to the next, and any
+// branch on that length is mispredicted often enough to cost more than the copy.
+// So every string of up to 37 units shares one size class, and the tree's own
+// strings, whose text is followed by readable slack, are copied in one fixed move
+// (AllocPaddedBstr).
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -14,6 +20,7 @@
 #include <mutex>
 #include <vector>
 
+#include "bstr_padded.h"
 #include "kesto/com.h"
 #include "kesto/diagnostics.h"
 
@@ -60,23 +67,31 @@ constexpr std::uint32_t kMaxUnits = (0xFFFFFFFFu - 2u) / 2u;
 constexpr std::size_t kPrefix = sizeof(std::uint32_t);
 
 // Blocks of up to kLargestKept bytes are rounded up to their size class and kept
-// for reuse: sizes grow by 16 bytes up to 256 bytes (names and short answers), then
-// by 256 bytes (formal specs, lists). A thread keeps at most kKeptBytes of them.
-constexpr std::size_t kSmallClasses = 16;
-constexpr std::size_t kClassCount = 31;
+// for reuse: one class for every block of up to kShortBlockBytes (names and short
+// answers), then sizes grow by 16 bytes up to 256 bytes, then by 256 bytes (formal
+// specs, lists). A thread keeps at most kKeptBytes of them.
+constexpr std::size_t kShortBlockBytes = 80;
+constexpr std::size_t kShortClass = 0;
+constexpr std::size_t kLastSixteenClass = 11;  // 241 to 256 bytes
+constexpr std::size_t kClassCount = 27;
 constexpr std::size_t kLargestKept = 4096;
 constexpr std::size_t kKeptBytes = 256 * 1024;
 
-std::size_t BlockBytes(std::uint32_t bytes) { return kPrefix + bytes + 2u; }
+constexpr std::size_t BlockBytes(std::uint32_t bytes) { return kPrefix + bytes + 2u; }
 // The size class of a block, or kClassCount when blocks of this size are not kept.
-[[maybe_unused]] std::size_t ClassOf(std::size_t blockBytes) {
-    if (blockBytes <= 256) return (blockBytes - 1) >> 4;
-    if (blockBytes <= kLargestKept) return kSmallClasses - 1 + ((blockBytes - 1) >> 8);
+[[maybe_unused]] constexpr std::size_t ClassOf(std::size_t blockBytes) {
+    if (blockBytes <= kShortBlockBytes) return kShortClass;
+    if (blockBytes <= 256) return ((blockBytes - 1) >> 4) - 4;
+    if (blockBytes <= kLargestKept) return kLastSixteenClass + ((blockBytes - 1) >> 8);
     return kClassCount;
 }
-[[maybe_unused]] std::size_t ClassBytes(std::size_t c) {
-    return c < kSmallClasses ? (c + 1) * 16 : (c + 2 - kSmallClasses) * 256;
+[[maybe_unused]] constexpr std::size_t ClassBytes(std::size_t c) {
+    if (c == kShortClass) return kShortBlockBytes;
+    return c <= kLastSixteenClass ? (c + 5) * 16 : (c - kLastSixteenClass + 1) * 256;
 }
+// A padded copy moves kPaddedCopyUnits whatever the length, so it must fit a short block.
+static_assert(kPrefix + 2 * kesto::kPaddedCopyUnits <= kShortBlockBytes);
+static_assert(ClassOf(BlockBytes(2 * kesto::kPaddedCopyUnits)) == kShortClass);
 
 struct FreeBlock {
     FreeBlock* next;
@@ -308,6 +323,36 @@ inline void FreeString(BSTR string) {
 }
 
 }  // namespace
+
+namespace kesto {
+
+BSTR AllocPaddedBstr(const char16_t* text, unsigned int length) {
+    const auto* units = reinterpret_cast<const unsigned short*>(text);
+#if !defined(KESTO_PLAIN_STRING_BLOCKS)
+    ThreadStrings* thread = t_strings;
+    if (length <= kPaddedCopyUnits && IsActive(thread) && g_faultCount.load(std::memory_order_relaxed) == 0) {
+        if (void* block = ReuseBlock(*thread, kShortClass)) {
+            auto* bytesAt = static_cast<unsigned char*>(block);
+            std::uint32_t bytes = length * 2u;
+            std::memcpy(bytesAt, &bytes, sizeof bytes);
+            std::memcpy(bytesAt + kPrefix, units, 2 * kPaddedCopyUnits);
+            auto* string = reinterpret_cast<unsigned short*>(bytesAt + kPrefix);
+            string[length] = 0;
+            CountLive(thread, 1);
+            return string;
+        }
+    }
+#else
+    // The sanitizer sees every string block exactly; read the slack all the same, so
+    // that a caller without it is caught here rather than in the fast build.
+    unsigned short slack[kPaddedCopyUnits];
+    std::memcpy(slack, units, sizeof slack);
+    asm volatile("" : : "r"(slack) : "memory");
+#endif
+    return AllocateAnyway(units, length);
+}
+
+}  // namespace kesto
 
 extern "C" {
 

@@ -51,7 +51,9 @@ using MemberList = std::vector<std::uint32_t>;
 // One enumeration's names and answers to a keyword query, laid out one after the
 // other in the order in which they are handed out: an editor sends the same few
 // queries over the same classes on every keystroke, and reading them in order keeps
-// a walk over thousands of members out of the memory's way.
+// a walk over thousands of members out of the memory's way. The text ends in
+// kPaddedCopyUnits zero units, so that any name or answer in it may be handed out
+// with AllocPaddedBstr.
 struct PackedAnswers {
     struct Entry {
         std::uint32_t offset;  // of the name in `text`; the answer follows it

@@ -1,4 +1,5 @@
 // One enumeration of a class node's children.
+#include "bstr_padded.h"
 #include "tnode_objects.h"
 
 namespace kesto {
@@ -33,8 +34,8 @@ HRESULT TNodeCollection::Next(BSTR* name, BSTR* values) {
     if (next_ >= answers.entries.size()) return S_FALSE;
     const PackedAnswers::Entry& entry = answers.entries[next_];
     const char16_t* text = answers.text.data() + entry.offset;
-    BSTR newName = AllocBstr(std::u16string_view(text, entry.nameLength));
-    BSTR newValues = AllocBstr(std::u16string_view(text + entry.nameLength, entry.answerLength));
+    BSTR newName = AllocPaddedBstr(text, entry.nameLength);
+    BSTR newValues = AllocPaddedBstr(text + entry.nameLength, entry.answerLength);
     if (newName == nullptr || newValues == nullptr) {
         // Not consumed: the caller may try this entry again.
         COM_SysFreeString(newName);

@@ -3,6 +3,8 @@
 
 #include <new>
 
+#include "bstr_padded.h"
+
 namespace kesto {
 namespace {
 
@@ -169,6 +171,7 @@ std::shared_ptr<const PackedAnswers> PackAnswers(const Dictionary& dictionary, c
         packed->entries.push_back({static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(answerStart - start),
                                    static_cast<std::uint32_t>(text.size() - answerStart)});
     }
+    text.append(kPaddedCopyUnits, u'\0');
     return packed;
 }
 

@@ -172,6 +172,24 @@ TEST_F(ClassNodes, NodesAndListingsOutliveReloadsAndTheManagerAndAnswerTheirInte
                                "Log=10:Shop.Audit;Save=13:Shop.Document;Total=10:Shop.Order;");
 }
 
+// The walk hands out its strings with a fixed-size copy for short ones: names and
+// answers on either side of that size, met in one walk so that each string reuses
+// the blocks of the ones before it, must come back exact.
+TEST_F(ClassNodes, NamesAndAnswersOnEitherSideOfTheShortStringSizeComeBackExact) {
+    std::string json = R"({"classes": [{"name": "L.Sizes", "methods": [)";
+    std::string expected;
+    char first = 'A';
+    for (std::size_t length : {1, 40, 2, 31, 32, 33, 8, 30, 29, 37, 38, 16}) {
+        std::string name = first++ + std::string(length - 1, 'n');
+        std::string type(length, 't');
+        json += (expected.empty() ? "" : ",") + std::string(R"({"name": ")") + name + R"(", "returnType": ")" +
+                type + R"("})";
+        expected += name + "=" + std::to_string(length) + ":" + type + ";";
+    }
+    ASSERT_EQ(treetest::LoadText(manager_.get(), json + "]}]}").status, S_OK);
+    EXPECT_EQ(List("L.Sizes", "m", "2:42", 0), expected);
+}
+
 // A diamond: both paths reach Root; it is walked once, where depth first meets it
 // first, so Left's override of Root's member beats Right's only by position.
 TEST(Lineage, DiamondVisitsTheSharedAncestorOnce) {

@@ -32,6 +32,9 @@
 #if defined(__SANITIZE_ADDRESS__)
 #define KESTO_PLAIN_STRING_BLOCKS 1
 #endif
+#if defined(KESTO_PLAIN_STRING_BLOCKS)
+#include <sanitizer/asan_interface.h>
+#endif
 
 namespace {
 
@@ -328,28 +331,32 @@ namespace kesto {
 
 BSTR AllocPaddedBstr(const char16_t* text, unsigned int length) {
     const auto* units = reinterpret_cast<const unsigned short*>(text);
-#if !defined(KESTO_PLAIN_STRING_BLOCKS)
-    ThreadStrings* thread = t_strings;
-    if (length <= kPaddedCopyUnits && IsActive(thread) && g_faultCount.load(std::memory_order_relaxed) == 0) {
-        if (void* block = ReuseBlock(*thread, kShortClass)) {
-            auto* bytesAt = static_cast<unsigned char*>(block);
-            std::uint32_t bytes = length * 2u;
-            std::memcpy(bytesAt, &bytes, sizeof bytes);
-            std::memcpy(bytesAt + kPrefix, units, 2 * kPaddedCopyUnits);
-            auto* string = reinterpret_cast<unsigned short*>(bytesAt + kPrefix);
-            string[length] = 0;
-            CountLive(thread, 1);
-            return string;
-        }
-    }
+    if (length > kPaddedCopyUnits || g_faultCount.load(std::memory_order_relaxed) != 0)
+        return AllocateAnyway(units, length);
+#if defined(KESTO_PLAIN_STRING_BLOCKS)
+    // A fresh block every time, as everywhere under the sanitizer, and the fixed move
+    // all the same; the block past the terminator is poisoned, so that a read past
+    // the string's end is still reported.
+    ThreadStrings* thread = ActiveThread();
+    void* block = std::malloc(kShortBlockBytes);
+    if (block == nullptr) return nullptr;
 #else
-    // The sanitizer sees every string block exactly; read the slack all the same, so
-    // that a caller without it is caught here rather than in the fast build.
-    unsigned short slack[kPaddedCopyUnits];
-    std::memcpy(slack, units, sizeof slack);
-    asm volatile("" : : "r"(slack) : "memory");
+    ThreadStrings* thread = t_strings;
+    void* block = IsActive(thread) ? ReuseBlock(*thread, kShortClass) : nullptr;
+    if (block == nullptr) return AllocateAnyway(units, length);
 #endif
-    return AllocateAnyway(units, length);
+    auto* bytesAt = static_cast<unsigned char*>(block);
+    std::uint32_t bytes = length * 2u;
+    std::memcpy(bytesAt, &bytes, sizeof bytes);
+    std::memcpy(bytesAt + kPrefix, units, 2 * kPaddedCopyUnits);
+    auto* string = reinterpret_cast<unsigned short*>(bytesAt + kPrefix);
+    string[length] = 0;
+#if defined(KESTO_PLAIN_STRING_BLOCKS)
+    const std::size_t used = BlockBytes(bytes);
+    ASAN_POISON_MEMORY_REGION(bytesAt + used, kShortBlockBytes - used);
+#endif
+    CountLive(thread, 1);
+    return string;
 }
 
 }  // namespace kesto

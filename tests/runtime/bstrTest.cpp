@@ -75,8 +75,8 @@ TEST_F(BstrTest, EveryLengthIsCopiedExactlyThroughReusedBlocks) {
     std::u16string source;
     for (int i = 0; i < 5000; ++i) source.push_back(static_cast<char16_t>(u'A' + i % 26));
     for (int round = 0; round < 2; ++round) {
-        for (unsigned length : {0u, 1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 32u, 33u, 37u, 38u, 100u, 125u, 126u,
-                                127u, 128u, 1000u, 2045u, 2046u, 4999u}) {
+        for (unsigned length : {0u, 1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 32u, 33u, 37u, 38u, 100u,
+                                125u, 126u, 127u, 128u, 1000u, 2045u, 2046u, 4999u}) {
             const auto* text = reinterpret_cast<const unsigned short*>(source.c_str()) + round;  // odd starts too
             BSTR s = COM_SysAllocStringLen(text, length);
             ASSERT_NE(s, nullptr);

@@ -346,16 +346,12 @@ BSTR AllocPaddedBstr(const char16_t* text, unsigned int length) {
     if (block == nullptr) return AllocateAnyway(units, length);
 #endif
     auto* bytesAt = static_cast<unsigned char*>(block);
-    std::uint32_t bytes = length * 2u;
-    std::memcpy(bytesAt, &bytes, sizeof bytes);
     std::memcpy(bytesAt + kPrefix, units, 2 * kPaddedCopyUnits);
-    auto* string = reinterpret_cast<unsigned short*>(bytesAt + kPrefix);
-    string[length] = 0;
+    BSTR string = Fill(thread, block, nullptr, length);  // the units are in place already
 #if defined(KESTO_PLAIN_STRING_BLOCKS)
-    const std::size_t used = BlockBytes(bytes);
+    const std::size_t used = BlockBytes(length * 2u);
     ASAN_POISON_MEMORY_REGION(bytesAt + used, kShortBlockBytes - used);
 #endif
-    CountLive(thread, 1);
     return string;
 }
 

@@ -11,7 +11,7 @@
 #include <optional>
 
 #include "FuzzSupport.h"
-#include "assist/VantleAssistRecords.h"
+#include "VantleAssistRecords.h"
 
 using vantle::fuzz::Text16;
 

@@ -13,7 +13,7 @@
 #include <stdexcept>
 
 #include "FuzzSupport.h"
-#include "parse/parseScanString.h"
+#include "parseScanString.h"
 
 using vantle::fuzz::Text16;
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "AssistTestSupport.h"
-#include "assist/VantleAssistRecords.h"
+#include "VantleAssistRecords.h"
 
 namespace {
 

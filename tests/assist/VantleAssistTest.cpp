@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "AssistTestSupport.h"
-#include "assist/VantleAssist.h"
+#include "VantleAssist.h"
 
 namespace {
 

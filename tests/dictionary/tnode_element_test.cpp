@@ -2,7 +2,7 @@
 // keyword answers, as a component reads them.
 #include <gtest/gtest.h>
 
-#include "fixtures/StringBalanceTest.h"
+#include "StringBalanceTest.h"
 #include "kesto/diagnostics.h"
 #include "tree_test_support.h"
 

@@ -2,7 +2,7 @@
 // class cache.
 #include <gtest/gtest.h>
 
-#include "fixtures/StringBalanceTest.h"
+#include "StringBalanceTest.h"
 #include "tree_test_support.h"
 
 namespace {

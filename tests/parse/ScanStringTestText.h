@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "parse/parseScanString.h"
+#include "parseScanString.h"
 
 inline utlWString W(std::u16string_view text) { return utlWString(text.begin(), text.end()); }
 inline std::string Narrow(const CScanString& view) { return std::string(view.Begin(), view.End()); }

@@ -1,5 +1,5 @@
 // Comparisons, searches, sub-views and trims, and reads bounded by the view.
-#include "parse/parseScanString.h"
+#include "parseScanString.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The category manager's records in the registry.
 #include <gtest/gtest.h>
 
-#include "fixtures/StringBalanceTest.h"
+#include "StringBalanceTest.h"
 #include "registry/RegistryTestSupport.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "fixtures/StringBalanceTest.h"
+#include "StringBalanceTest.h"
 #include "kesto/diagnostics.h"
 #include "registry/RegistryTestSupport.h"
 

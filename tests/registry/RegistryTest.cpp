@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "fixtures/StringBalanceTest.h"
+#include "StringBalanceTest.h"
 #include "kesto/diagnostics.h"
 #include "registry/RegistryTestSupport.h"
 

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "fixtures/TestText.h"
+#include "TestText.h"
 #include "kesto/registry.h"
 
 namespace registry_test {

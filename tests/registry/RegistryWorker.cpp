@@ -14,9 +14,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "fixtures/TestText.h"
+#include "TestText.h"
 #include "registry/RegistryWorkerClass.h"
-#include "sys/sysCom.h"
+#include "sysCom.h"
 
 namespace {
 

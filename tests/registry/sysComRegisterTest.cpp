@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <vector>
 
-#include "fixtures/StringBalanceTest.h"
+#include "StringBalanceTest.h"
 #include "kesto/diagnostics.h"
 #include "registry/RegistryTestSupport.h"
-#include "sys/sysComRegister.h"
+#include "sysComRegister.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "fixtures/StringBalanceTest.h"
-#include "fixtures/TestText.h"
+#include "StringBalanceTest.h"
+#include "TestText.h"
 #include "kesto/diagnostics.h"
 
 namespace {

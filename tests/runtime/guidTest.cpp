@@ -3,7 +3,7 @@
 
 #include <cctype>
 
-#include "fixtures/TestText.h"
+#include "TestText.h"
 #include "kesto/diagnostics.h"
 
 namespace {

@@ -10,11 +10,11 @@
 #include <random>
 #include <vector>
 
-#include "assist/VantleAssistInterfaces.h"
-#include "fixtures/TestText.h"
+#include "vantle/assist.h"
+#include "TestText.h"
 #include "kesto/diagnostics.h"
 #include "kesto/tnode.h"
-#include "sys/sysCom.h"
+#include "sysCom.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "fixtures/StringBalanceTest.h"
-#include "fixtures/TestText.h"
+#include "StringBalanceTest.h"
+#include "TestText.h"
 #include "kesto/diagnostics.h"
-#include "symbols/SymbolTable.h"
+#include "SymbolTable.h"
 
 #endif  // VANTLE_TESTS_SYMBOLS_SYMBOLTESTTEXT_H_

@@ -3,11 +3,11 @@
 
 #include <map>
 
-#include "fixtures/StringBalanceTest.h"
-#include "fixtures/TestText.h"
+#include "StringBalanceTest.h"
+#include "TestText.h"
 #include "kesto/diagnostics.h"
-#include "sys/sysComLib.h"
-#include "sys/sysException.h"
+#include "sysComLib.h"
+#include "sysException.h"
 
 namespace {
 

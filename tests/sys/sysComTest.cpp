@@ -5,10 +5,10 @@
 
 #include <vector>
 
-#include "fixtures/StringBalanceTest.h"
-#include "fixtures/TestText.h"
+#include "StringBalanceTest.h"
+#include "TestText.h"
 #include "kesto/diagnostics.h"
-#include "sys/sysCom.h"
+#include "sysCom.h"
 
 namespace {
 

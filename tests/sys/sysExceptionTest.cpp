@@ -7,8 +7,8 @@
 #include <memory>
 #include <sstream>
 
-#include "fixtures/TestText.h"
-#include "sys/sysException.h"
+#include "TestText.h"
+#include "sysException.h"
 
 namespace {
 

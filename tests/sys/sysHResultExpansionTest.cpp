@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "fixtures/TestText.h"
-#include "sys/sysException.h"
+#include "TestText.h"
+#include "sysException.h"
 
 namespace {
 

@@ -1,0 +1,180 @@
+// Method signatures: a method's name, its arguments rendered from its formal spec,
+// and its return type, optionally split around the argument under the cursor.
+#include "VantleAssist.h"
+#include "VantleAssistRecords.h"
+#include "vantle/constants.h"
+#include "VantleAssistText.h"
+
+namespace {
+
+typedef utlAutoIf<COM_ITNodeElement, &COM_IID_ITNodeElement> NodeHolder;
+typedef utlAutoIf<COM_IStringCollection, &COM_IID_IStringCollection> CollectionHolder;
+
+void Append(utlWString& text, const CScanString& view) {
+    if (!view.IsEmpty()) text.append(view.Begin(), view.End());
+}
+
+// A type, with its parameters re-joined: "%Text(SIZE=50)" stays as it is, "%Text()"
+// loses its empty list. The last unit is taken to be the closing parenthesis.
+void AppendType(utlWString& text, const CScanString& type) {
+    const unsigned long length = type.Length();
+    unsigned long open = 0;
+    while (open < length && type[open] != '(') ++open;
+    if (open == length) {
+        Append(text, type);
+        return;
+    }
+    text.append(type.Begin(), type.Begin() + open);
+    // A '(' as the very last unit leaves no parameter text at all.
+    if (open + 2 > length) return;
+    CScanString parameters = type.Substr(open + 1, length - 2 - open);
+    unsigned long position = 0;
+    bool any = false;
+    for (;;) {
+        unsigned long next = 0;
+        CScanString parameter = Tokenize(parameters, ',', position, &next);
+        if (parameter.IsEmpty()) break;
+        text.push_back(any ? ',' : '(');
+        any = true;
+        Append(text, parameter);
+        if (next == CScanString::NPOS) break;
+        position = next + 1;
+    }
+    if (any) text.push_back(')');
+}
+
+// Numbers, quoted strings and NULL are shown as written; anything else is an
+// expression and is shown in braces.
+void AppendDefault(utlWString& text, const CScanString& value) {
+    if (value.IsNumber() || value.IsQuotedString() || value.UpperEqualsString(S_A_String0013)) {
+        text.append(S_A_String0014);
+        Append(text, value);
+        return;
+    }
+    text.append(S_A_String0015);
+    Append(text, value);
+    text.append(S_A_String0016);
+}
+
+// One argument: [mode] name [: type] [= default].
+void AppendArgument(utlWString& text, const CScanString& argument) {
+    unsigned long from = 0;
+    if (argument[0] == '&' || argument[0] == '.') {
+        text.append(S_A_String0010);
+        from = 1;
+    } else if (argument[0] == '*') {
+        text.append(S_A_String0011);
+        from = 1;
+    }
+    CScanString name;
+    CScanString type;
+    CScanString defaultValue;
+    unsigned long colon = 0;
+    unsigned long equals = 0;
+    CScanString beforeColon = Tokenize(argument, ':', from, &colon);
+    if (colon != CScanString::NPOS) {
+        name = beforeColon;
+        CScanString rest = argument.Substr(colon + 1, CScanString::NPOS);
+        type = Tokenize(rest, '=', 0, &equals);
+        if (equals != CScanString::NPOS) defaultValue = rest.Substr(equals + 1, CScanString::NPOS);
+    } else {
+        name = Tokenize(argument, '=', from, &equals);
+        if (equals != CScanString::NPOS) defaultValue = argument.Substr(equals + 1, CScanString::NPOS);
+    }
+    Append(text, name);
+    if (!type.IsEmpty()) {
+        text.append(S_A_String0012);
+        AppendType(text, type);
+    }
+    if (!defaultValue.IsEmpty()) AppendDefault(text, defaultValue);
+}
+
+// The whole signature; start and end bracket argument `argumentNumber` (mode word
+// and default included, separating comma excluded) and stay 0 when there is none.
+void Render(utlWString& text, CBSTR methodName, const utlAutoBSTR& returnType, const utlAutoBSTR& formalSpec,
+            unsigned long argumentNumber, unsigned long& start, unsigned long& end) {
+    text.append(methodName);
+    text.append(S_A_String0009);
+    CScanString arguments = CScanString(formalSpec.Get()).TrimParens();
+    if (!arguments.IsEmpty()) {
+        unsigned long counted = 0;
+        unsigned long position = 0;
+        for (;;) {
+            unsigned long next = 0;
+            CScanString argument = Tokenize(arguments, ',', position, &next);
+            // An empty argument ends the list; what was rendered stays, a trailing
+            // comma included.
+            if (argument.IsEmpty()) break;
+            ++counted;
+            if (counted == argumentNumber) start = text.size();
+            AppendArgument(text, argument);
+            if (counted == argumentNumber) end = text.size();
+            if (next == CScanString::NPOS) break;
+            text.append(S_A_String0004);
+            position = next + 1;
+        }
+    }
+    text.append(S_A_String0017);
+    if (returnType.Length() > 0) {
+        text.append(S_A_String0012);
+        text.append(returnType.Get(), returnType.Length());
+    }
+}
+
+BSTR Slice(const utlWString& text, unsigned long from, unsigned long to) {
+    return COM_SysAllocStringLen(text.data() + from, static_cast<unsigned int>(to - from));
+}
+
+}  // namespace
+
+HRESULT CVantleAssistant::GetMethodSignature(CBSTR className, CBSTR methodName, unsigned long argumentNumber,
+                                             BSTR* before, BSTR* current, BSTR* after) {
+    if (before == nullptr) return E_POINTER;
+    if (argumentNumber > 0 && (current == nullptr || after == nullptr)) return E_POINTER;
+    *before = nullptr;
+    if (current != nullptr) *current = nullptr;
+    if (after != nullptr) *after = nullptr;
+
+    utlWString signature;
+    unsigned long start = 0;
+    unsigned long end = 0;
+    HRESULT hr = S_FALSE;
+    if (className == nullptr || methodName == nullptr) {
+        hr = E_POINTER;
+    } else if (!m_pTNodeManager.IsNull()) {
+        utlAutoBSTR normalized;
+        NodeHolder node;
+        CollectionHolder methods;
+        if (SUCCEEDED(NormalizeClassName(className, &normalized)) &&
+            SUCCEEDED(m_pTNodeManager->GetClassNode(utlOrEmpty(normalized), &node))) {
+            utlWString query = utlJoin({S_A_String0005, METHreturntype, S_A_String0005, METHformalspec});
+            hr = node->OpenChildren(TNODEclassmethod, query.c_str(), m_includeInherited, &methods);
+            if (SUCCEEDED(hr)) {
+                hr = S_FALSE;
+                const utlMemberName wanted(methodName);
+                utlAutoBSTR name;
+                utlAutoBSTR values;
+                for (;;) {
+                    HRESULT step = methods->Next(&name, &values);
+                    if (FAILED(step) || name.IsNull()) break;
+                    if (!wanted.Matches(name)) continue;
+                    int position = 0;
+                    utlAutoBSTR returnType(TNodePiece(values, position));
+                    utlAutoBSTR formalSpec(TNodePiece(values, position));
+                    Render(signature, methodName, returnType, formalSpec, argumentNumber, start, end);
+                    hr = step;
+                    break;
+                }
+            }
+        }
+    }
+
+    if (argumentNumber == 0) {
+        *before = Slice(signature, 0, signature.size());
+        return hr;
+    }
+    *before = Slice(signature, 0, start);
+    *current = Slice(signature, start, end);
+    *after = Slice(signature, end, signature.size());
+    return hr;
+}

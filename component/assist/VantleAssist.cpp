@@ -154,6 +154,12 @@ HRESULT CVantleAssistant::NormalizeClassName(CBSTR name, BSTR* out) {
     return m_pTNodeManager->NormalizeName(name, m_relativeClassName.c_str(), out);
 }
 
+HRESULT CVantleAssistant::OpenClassNode(CBSTR className, utlAutoBSTR& normalized, utlNodeIf& node) {
+    HRESULT hr = NormalizeClassName(className, &normalized);
+    if (FAILED(hr)) return hr;
+    return m_pTNodeManager->GetClassNode(utlOrEmpty(normalized), &node);
+}
+
 HRESULT CVantleAssistant::NormalizeClassNameRelative(CBSTR name, CBSTR relativeTo, BSTR* out) {
     return m_pTNodeManager->NormalizeName(name, relativeTo, out);
 }

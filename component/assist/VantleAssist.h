@@ -25,6 +25,7 @@
 #include "vantle/assist.h"
 #include "kesto/tnode.h"
 #include "SymbolTable.h"
+#include "TreeLookup.h"
 #include "sysCom.h"
 #include "sysComLib.h"
 
@@ -94,6 +95,9 @@ private:
     typedef utlAutoIf<COM_IClassCache, &COM_IID_IClassCache> ClassCacheHolder;
 
     HRESULT ListMembers(CBSTR className, MEMBER_FILTER_FLAGS flags, bool extended, BSTR* out);
+    // Normalises the class name and asks the tree for its node: the first failing
+    // HRESULT, else GetClassNode's. Callers make sure a manager is held.
+    HRESULT OpenClassNode(CBSTR className, utlAutoBSTR& normalized, utlNodeIf& node);
     MEMBER_FILTER_FLAGS EffectiveFlags(MEMBER_FILTER_FLAGS passed) const {
         return m_flagsSet == 1 ? m_flags : passed;
     }

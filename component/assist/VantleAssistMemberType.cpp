@@ -1,14 +1,10 @@
 // Member type resolution: what a method returns or what a property holds.
+#include "TreeRecords.h"
 #include "VantleAssist.h"
-#include "VantleAssistRecords.h"
-#include "vantle/constants.h"
-#include "VantleAssistText.h"
 #include "utlLiteral.h"
+#include "vantle/constants.h"
 
 namespace {
-
-typedef utlAutoIf<COM_ITNodeElement, &COM_IID_ITNodeElement> NodeHolder;
-typedef utlAutoIf<COM_IStringCollection, &COM_IID_IStringCollection> CollectionHolder;
 
 constexpr const unsigned short* kArrayOf = utlLiteral<"array of ">;
 constexpr const unsigned short* kListOf = utlLiteral<"list of ">;
@@ -16,42 +12,27 @@ constexpr const unsigned short* kRelationshipOf = utlLiteral<"relm of ">;
 
 unsigned short FirstUnit(const utlAutoBSTR& text) { return text.Length() > 0 ? text.Get()[0] : 0; }
 
-// The four pieces of a property's answer, in query order.
-struct PropertyAnswer {
-    utlAutoBSTR type;
-    utlAutoBSTR collection;
-    utlAutoBSTR relationship;
-    utlAutoBSTR cardinality;
-
-    explicit PropertyAnswer(CBSTR values) {
-        int position = 0;
-        type.Attach(TNodePiece(values, position));
-        collection.Attach(TNodePiece(values, position));
-        relationship.Attach(TNodePiece(values, position));
-        cardinality.Attach(TNodePiece(values, position));
-    }
-
-    // The prefix the type is shown with; NULL when the raw type is shown as stored.
-    // A collection is judged before a relationship, and each by its first letter
-    // only ("array", "list"; "one" and "parent" name a single object).
-    const unsigned short* Prefix(bool& normalize) const {
-        bool isRelationship = FirstUnit(relationship) == '1';
-        bool isCollection = collection.Length() > 0;
+// The prefix a property's type is shown with; NULL when the raw type is shown as
+// stored (normalize false). A collection is judged before a relationship, and each
+// by its first letter only ("array", "list"; "one" and "parent" name a single
+// object).
+const unsigned short* TypePrefix(const utlPropertyTypeRecord& record, bool& normalize) {
+    bool isRelationship = FirstUnit(record.relationship) == '1';
+    bool isCollection = record.collection.Length() > 0;
+    normalize = false;
+    if (!isRelationship && !isCollection) return nullptr;
+    unsigned short kind = FirstUnit(record.collection);
+    normalize = true;
+    if (kind == 'a') return kArrayOf;
+    if (kind == 'l') return kListOf;
+    if (!isRelationship) {
         normalize = false;
-        if (!isRelationship && !isCollection) return nullptr;
-        unsigned short kind = FirstUnit(collection);
-        normalize = true;
-        if (kind == 'a') return kArrayOf;
-        if (kind == 'l') return kListOf;
-        if (!isRelationship) {
-            normalize = false;
-            return nullptr;
-        }
-        unsigned short cardinalityKind = FirstUnit(cardinality);
-        if (cardinalityKind == 'o' || cardinalityKind == 'p') return S_A_String0001;
-        return kRelationshipOf;
+        return nullptr;
     }
-};
+    unsigned short cardinalityKind = FirstUnit(record.cardinality);
+    if (cardinalityKind == 'o' || cardinalityKind == 'p') return S_A_String0001;
+    return kRelationshipOf;
+}
 
 }  // namespace
 
@@ -63,58 +44,48 @@ HRESULT CVantleAssistant::GetClassMemberType(CBSTR className, CBSTR memberName, 
     if (m_pTNodeManager.IsNull()) return S_FALSE;
 
     utlAutoBSTR normalized;
-    if (FAILED(NormalizeClassName(className, &normalized))) return S_FALSE;
-    NodeHolder node;
-    if (FAILED(m_pTNodeManager->GetClassNode(utlOrEmpty(normalized), &node))) return S_FALSE;
+    utlNodeIf node;
+    if (FAILED(OpenClassNode(className, normalized, node))) return S_FALSE;
 
-    // Methods first: a property of the same name is never reached.
+    // Methods first: a property of the same name is never reached. A method walk
+    // that fails goes on to the properties.
     const utlMemberName wanted(memberName);
-    HRESULT hr;
     {
-        CollectionHolder methods;
-        utlWString query = utlJoin({S_A_String0005, METHreturntype});
-        hr = node->OpenChildren(TNODEclassmethod, query.c_str(), m_includeInherited, &methods);
-        if (FAILED(hr)) return hr;
-        utlAutoBSTR name;
+        utlCollectionIf methods;
         utlAutoBSTR values;
-        for (;;) {
-            hr = methods->Next(&name, &values);
-            if (FAILED(hr) || name.IsNull()) break;
-            if (!wanted.Matches(name)) continue;
+        HRESULT hr = node->OpenChildren(TNODEclassmethod, utlReturnTypeQuery().c_str(), m_includeInherited, &methods);
+        if (FAILED(hr)) return hr;
+        const utlMemberMatch method = utlFindMember(methods, wanted, values);
+        if (method.found) {
             *kind = SYMBOL_MEMBERMETHOD;
-            if (!values.IsNull()) *type = utlTextAfterColon(values);
-            return hr;
+            if (!values.IsNull()) *type = utlSinglePieceText(values);
+            return method.status;
         }
     }
 
-    CollectionHolder properties;
-    utlWString query = utlJoin({S_A_String0006, XXXXtype, S_A_String0005, PROPcollection, S_A_String0005,
-                                PROPrelationship, S_A_String0005, PROPcardinality});
-    hr = node->OpenChildren(TNODEclassproperty, query.c_str(), m_includeInherited, &properties);
+    utlCollectionIf properties;
+    HRESULT hr =
+        node->OpenChildren(TNODEclassproperty, utlPropertyTypeQuery().c_str(), m_includeInherited, &properties);
     if (FAILED(hr)) return hr;
-    utlAutoBSTR name;
     utlAutoBSTR values;
-    for (;;) {
-        hr = properties->Next(&name, &values);
-        if (FAILED(hr) || name.IsNull()) return hr;
-        if (!wanted.Matches(name)) continue;
-        *kind = SYMBOL_PROPERTY;
-        PropertyAnswer answer(values);
-        bool normalize = false;
-        const unsigned short* prefix = answer.Prefix(normalize);
-        if (!normalize) {
-            *type = answer.type.Copy();
-            return hr;
-        }
-        utlAutoBSTR normalizedType;
-        HRESULT normalizeResult =
-            NormalizeClassNameRelative(utlOrEmpty(answer.type), utlOrEmpty(normalized), &normalizedType);
-        // A failed normalisation still shows the type as stored, yet its code is the
-        // result: callers learn that the name could not be resolved.
-        utlAutoBSTR shown;
-        shown.Append(prefix);
-        shown.Append(FAILED(normalizeResult) ? answer.type : normalizedType);
-        *type = shown.Detach();
-        return normalizeResult;
+    const utlMemberMatch property = utlFindMember(properties, wanted, values);
+    if (!property.found) return property.status;
+    *kind = SYMBOL_PROPERTY;
+    utlPropertyTypeRecord record(values);
+    bool normalize = false;
+    const unsigned short* prefix = TypePrefix(record, normalize);
+    if (!normalize) {
+        *type = record.type.Copy();
+        return property.status;
     }
+    utlAutoBSTR normalizedType;
+    HRESULT normalizeResult =
+        NormalizeClassNameRelative(utlOrEmpty(record.type), utlOrEmpty(normalized), &normalizedType);
+    // A failed normalisation still shows the type as stored, yet its code is the
+    // result: callers learn that the name could not be resolved.
+    utlAutoBSTR shown;
+    shown.Append(prefix);
+    shown.Append(FAILED(normalizeResult) ? record.type : normalizedType);
+    *type = shown.Detach();
+    return normalizeResult;
 }

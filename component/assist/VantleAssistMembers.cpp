@@ -1,47 +1,36 @@
 // Member listing: the editor's completion list for a class, plain and with kind marks.
+#include "TreeRecords.h"
 #include "VantleAssist.h"
 #include "vantle/constants.h"
-#include "VantleAssistText.h"
 
 namespace {
 
-typedef utlAutoIf<COM_ITNodeElement, &COM_IID_ITNodeElement> NodeHolder;
-typedef utlAutoIf<COM_IStringCollection, &COM_IID_IStringCollection> CollectionHolder;
-
-// Every queried keyword value is one character, so the k-th sits at 3k + 2.
-const unsigned long kFirstValue = 2;
-const unsigned long kSecondValue = 5;
-const unsigned long kThirdValue = 8;
-
 bool IsSet(MEMBER_FILTER_FLAGS flags, MEMBER_FILTER_FLAGS flag) { return (flags & flag) != 0; }
 
-// One child section of the listing: which children, which keywords, and how an
-// accepted child becomes an entry.
+// One child section of the listing: which children, which keywords, and where the
+// internal flag sits in the answer.
 struct Section {
     const unsigned short* childKind;
-    utlWString query;
-    unsigned long internalAt;
+    const utlWString& query;
+    utlFlagPosition internalAt;
 };
 
 // Walks one section, handing each child that survives the internal rule to
 // `accept`. Returns S_OK when the walk ended normally, else the failing HRESULT.
 template <typename Accept>
-HRESULT WalkSection(NodeHolder& node, const Section& section, int includeInherited, MEMBER_FILTER_FLAGS flags,
+HRESULT WalkSection(utlNodeIf& node, const Section& section, int includeInherited, MEMBER_FILTER_FLAGS flags,
                     Accept accept) {
-    CollectionHolder children;
+    utlCollectionIf children;
     HRESULT hr = node->OpenChildren(section.childKind, section.query.c_str(), includeInherited, &children);
     if (FAILED(hr)) return hr;
     utlAutoBSTR name;
     utlAutoBSTR values;
-    for (;;) {
-        hr = children->Next(&name, &values);
-        if (FAILED(hr)) return hr;
-        if (name.IsNull()) return S_OK;
-        const utlValueReader answer(values);
-        bool internal = answer.At(section.internalAt) == '1';
-        if (internal && !IsSet(flags, MEMBER_INTERNAL)) continue;
-        accept(name, answer);
-    }
+    hr = utlWalkMembers(children, name, values, [&](const utlAutoBSTR& child, const utlAutoBSTR& answer) {
+        const utlFlagReader flagsOf(answer);
+        if (!flagsOf.IsSet(section.internalAt) || IsSet(flags, MEMBER_INTERNAL)) accept(child, flagsOf);
+        return false;
+    });
+    return FAILED(hr) ? hr : S_OK;
 }
 
 // Failed appends are dropped one by one: the list keeps what it had and the walk
@@ -76,15 +65,14 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
     if (m_pTNodeManager.IsNull()) return S_FALSE;
 
     utlAutoBSTR normalized;
-    if (FAILED(NormalizeClassName(className, &normalized))) return S_FALSE;
-    NodeHolder node;
-    if (FAILED(m_pTNodeManager->GetClassNode(utlOrEmpty(normalized), &node))) return S_FALSE;
+    utlNodeIf node;
+    if (FAILED(OpenClassNode(className, normalized, node))) return S_FALSE;
 
     utlAutoBSTR classType;
     int ignoredA = 0, ignoredB = 0, ignoredC = 0;
     HRESULT hr = node->GetKeyword(CLASSclasstype, &classType, &ignoredA, &ignoredB, &ignoredC);
     if (FAILED(hr)) return hr;
-    if (utlMemberNameEquals(classType, S_A_String0007) && !IsSet(flags, MEMBER_DATATYPES)) return S_FALSE;
+    if (utlMemberName(S_A_String0007).Matches(classType) && !IsSet(flags, MEMBER_DATATYPES)) return S_FALSE;
 
     // Whatever was listed before a failing walk still goes to the caller; an
     // exception passing through frees it instead.
@@ -92,14 +80,10 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
     utlWString entry;
 
     if (IsSet(flags, MEMBER_CLASSMETHODS) || IsSet(flags, MEMBER_INSTANCEMETHODS)) {
-        Section methods{TNODEclassmethod,
-                        extended ? utlJoin({S_A_String0005, METHclassmethod, S_A_String0005, METHinternal,
-                                            S_A_String0005, METHprivate})
-                                 : utlJoin({S_A_String0005, METHclassmethod, S_A_String0005, METHinternal}),
-                        kSecondValue};
+        const Section methods{TNODEclassmethod, utlListMethodsQuery(extended), utlSECOND_FLAG};
         hr = WalkSection(node, methods, m_includeInherited, flags,
-                         [&](const utlAutoBSTR& name, const utlValueReader& values) {
-                             unsigned short classMethod = values.At(kFirstValue);
+                         [&](const utlAutoBSTR& name, const utlFlagReader& values) {
+                             unsigned short classMethod = values.At(utlFIRST_FLAG);
                              bool wanted = (classMethod == '1' && IsSet(flags, MEMBER_CLASSMETHODS)) ||
                                            (classMethod == '0' && IsSet(flags, MEMBER_INSTANCEMETHODS));
                              if (!wanted) return;
@@ -108,7 +92,7 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
                                  list.Append(S_A_String0008);
                                  return;
                              }
-                             bool isPrivate = values.At(kThirdValue) == '1';
+                             bool isPrivate = values.IsSet(utlTHIRD_FLAG);
                              StartEntry(entry, name);
                              entry += S_A_String0009;
                              if (classMethod == '1' || isPrivate) entry += S_A_String0021;
@@ -123,19 +107,16 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
     }
 
     if (IsSet(flags, MEMBER_PROPERTIES)) {
-        Section properties{TNODEclassproperty,
-                           extended ? utlJoin({S_A_String0005, PROPinternal, S_A_String0005, PROPprivate})
-                                    : utlJoin({S_A_String0005, PROPinternal}),
-                           kFirstValue};
+        const Section properties{TNODEclassproperty, utlListPropertiesQuery(extended), utlFIRST_FLAG};
         hr = WalkSection(node, properties, m_includeInherited, flags,
-                         [&](const utlAutoBSTR& name, const utlValueReader& values) {
+                         [&](const utlAutoBSTR& name, const utlFlagReader& values) {
                              if (!extended) {
                                  list.Append(name);
                                  list.Append(S_A_String0004);
                                  return;
                              }
                              StartEntry(entry, name);
-                             if (values.At(kSecondValue) == '1') {
+                             if (values.IsSet(utlSECOND_FLAG)) {
                                  entry += S_A_String0021;
                                  entry += S_A_String0024;
                              }
@@ -148,9 +129,9 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
     }
 
     if (IsSet(flags, MEMBER_PARAMETERS)) {
-        Section parameters{TNODEclassparameter, utlJoin({S_A_String0005, PROPinternal}), kFirstValue};
+        const Section parameters{TNODEclassparameter, utlListParametersQuery(), utlFIRST_FLAG};
         hr = WalkSection(node, parameters, m_includeInherited, flags,
-                         [&](const utlAutoBSTR& name, const utlValueReader&) {
+                         [&](const utlAutoBSTR& name, const utlFlagReader&) {
                              list.Append(name);
                              list.Append(S_A_String0004);
                          });

@@ -1,12 +1,9 @@
 // Member origin: the class that defines a member, as the tree stores it.
+#include "TreeRecords.h"
 #include "VantleAssist.h"
 #include "vantle/constants.h"
-#include "VantleAssistText.h"
 
 namespace {
-
-typedef utlAutoIf<COM_ITNodeElement, &COM_IID_ITNodeElement> NodeHolder;
-typedef utlAutoIf<COM_IStringCollection, &COM_IID_IStringCollection> CollectionHolder;
 
 // Kinds 2 and 4 both ask for a method: 4 is what the type query reports, 2 is the
 // editor's own name for a method symbol.
@@ -34,10 +31,8 @@ HRESULT CVantleAssistant::GetMemberOrigin(CBSTR className, CBSTR memberName, SYM
 
     // Unlike the type query, a failed lookup is reported with the tree's own code.
     utlAutoBSTR normalized;
-    HRESULT hr = NormalizeClassName(className, &normalized);
-    if (FAILED(hr)) return hr;
-    NodeHolder node;
-    hr = m_pTNodeManager->GetClassNode(utlOrEmpty(normalized), &node);
+    utlNodeIf node;
+    HRESULT hr = OpenClassNode(className, normalized, node);
     if (FAILED(hr)) return hr;
 
     const unsigned short* childKind = ChildKindFor(kind);
@@ -46,17 +41,11 @@ HRESULT CVantleAssistant::GetMemberOrigin(CBSTR className, CBSTR memberName, SYM
     // The status of OpenChildren is deliberately not looked at: when it leaves no
     // collection, the first Next raises the holder's bad-pointer exception, which
     // reaches the caller.
-    utlWString query = utlJoin({S_A_String0006, XXXXorigin});
-    CollectionHolder members;
-    node->OpenChildren(childKind, query.c_str(), m_includeInherited, &members);
-    const utlMemberName wanted(memberName);
-    utlAutoBSTR name;
+    utlCollectionIf members;
+    node->OpenChildren(childKind, utlOriginQuery().c_str(), m_includeInherited, &members);
     utlAutoBSTR values;
-    for (;;) {
-        hr = members->Next(&name, &values);
-        if (FAILED(hr) || name.IsNull()) return hr;
-        if (!wanted.Matches(name)) continue;
-        if (!values.IsNull()) *origin = utlTextAfterColon(values);
-        return S_OK;
-    }
+    const utlMemberMatch match = utlFindMember(members, utlMemberName(memberName), values);
+    if (!match.found) return match.status;
+    if (!values.IsNull()) *origin = utlSinglePieceText(values);
+    return S_OK;
 }

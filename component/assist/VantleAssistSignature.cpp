@@ -1,14 +1,11 @@
 // Method signatures: a method's name, its arguments rendered from its formal spec,
 // and its return type, optionally split around the argument under the cursor.
+#include "TreeRecords.h"
 #include "VantleAssist.h"
 #include "VantleAssistRecords.h"
 #include "vantle/constants.h"
-#include "VantleAssistText.h"
 
 namespace {
-
-typedef utlAutoIf<COM_ITNodeElement, &COM_IID_ITNodeElement> NodeHolder;
-typedef utlAutoIf<COM_IStringCollection, &COM_IID_IStringCollection> CollectionHolder;
 
 void Append(utlWString& text, const CScanString& view) {
     if (!view.IsEmpty()) text.append(view.Begin(), view.End());
@@ -143,27 +140,19 @@ HRESULT CVantleAssistant::GetMethodSignature(CBSTR className, CBSTR methodName, 
         hr = E_POINTER;
     } else if (!m_pTNodeManager.IsNull()) {
         utlAutoBSTR normalized;
-        NodeHolder node;
-        CollectionHolder methods;
-        if (SUCCEEDED(NormalizeClassName(className, &normalized)) &&
-            SUCCEEDED(m_pTNodeManager->GetClassNode(utlOrEmpty(normalized), &node))) {
-            utlWString query = utlJoin({S_A_String0005, METHreturntype, S_A_String0005, METHformalspec});
-            hr = node->OpenChildren(TNODEclassmethod, query.c_str(), m_includeInherited, &methods);
+        utlNodeIf node;
+        utlCollectionIf methods;
+        if (SUCCEEDED(OpenClassNode(className, normalized, node))) {
+            hr = node->OpenChildren(TNODEclassmethod, utlSignatureQuery().c_str(), m_includeInherited, &methods);
             if (SUCCEEDED(hr)) {
-                hr = S_FALSE;
-                const utlMemberName wanted(methodName);
-                utlAutoBSTR name;
+                // A walk that ends or fails without the method is no answer.
                 utlAutoBSTR values;
-                for (;;) {
-                    HRESULT step = methods->Next(&name, &values);
-                    if (FAILED(step) || name.IsNull()) break;
-                    if (!wanted.Matches(name)) continue;
-                    int position = 0;
-                    utlAutoBSTR returnType(TNodePiece(values, position));
-                    utlAutoBSTR formalSpec(TNodePiece(values, position));
-                    Render(signature, methodName, returnType, formalSpec, argumentNumber, start, end);
-                    hr = step;
-                    break;
+                const utlMemberMatch match = utlFindMember(methods, utlMemberName(methodName), values);
+                hr = S_FALSE;
+                if (match.found) {
+                    const utlSignatureRecord record(values);
+                    Render(signature, methodName, record.returnType, record.formalSpec, argumentNumber, start, end);
+                    hr = match.status;
                 }
             }
         }

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds and runs every test twice: a plain build with warnings as errors (build/),
 # then a build under AddressSanitizer, UndefinedBehaviorSanitizer and LeakSanitizer
-# (build-asan/), where any sanitizer report fails the test that caused it.
+# (build-asan/), where any sanitizer report fails the test that caused it; last the
+# fuzz targets (build-fuzz/): each replays its seeds, then, when VANTLE_FUZZ_SECONDS
+# is above 0 (CI sets 60), fuzzes for that long.
 # Exits non-zero if anything fails. VANTLE_TEST_JOBS runs tests in parallel.
 set -euo pipefail
 
@@ -28,11 +30,8 @@ if ! (cd build-asan && ctest --output-on-failure -j "$test_jobs"); then
   failed+=("sanitizer tests")
 fi
 
-# ---- Fuzz smoke runs ---------------------------------------------------------
-# (added later: a short, bounded run of every fuzz target; a failure is added to
-# the list below)
-bash scripts/fuzz.sh 60 || failed+=("fuzz targets")
-# -------------------------------------------------------------------------------
+echo "== fuzz targets (build-fuzz/)"
+bash scripts/fuzz.sh "${VANTLE_FUZZ_SECONDS:-0}" || failed+=("fuzz targets")
 
 if [ ${#failed[@]} -ne 0 ]; then
   echo "test.sh: FAILED: ${failed[*]}" >&2

@@ -1,6 +1,8 @@
 // The module object and the library's exported entry points.
 #include "sysCom.h"
 
+#include "utlLiteral.h"
+
 // Static storage with no constructor: the lock count is 0 before any code runs.
 COM_CComModule g_theModule;
 
@@ -36,8 +38,7 @@ HRESULT COM_CComModule::GetModuleName(unsigned short** out) {
 
 HRESULT COM_CComModule::GetModulePath(unsigned short** out) {
     if (out == nullptr) return E_POINTER;
-    static const unsigned short kEmpty[1] = {0};
-    *out = COM_SysAllocString(kEmpty);
+    *out = COM_SysAllocString(utlLiteral<"">);
     return *out == nullptr ? E_OUTOFMEMORY : S_OK;
 }
 

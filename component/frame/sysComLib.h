@@ -17,6 +17,7 @@
 
 #include "kesto/com.h"
 
+#include "utlLiteral.h"
 #include "vantle/export.h"
 
 // The component's 16-bit text, for everything that builds strings before they
@@ -87,12 +88,12 @@ private:
     BSTR m_str;
 };
 
+// A NULL string reads as the empty one, where one is handed on or compared.
+inline CBSTR utlOrEmpty(CBSTR text) { return text == nullptr ? utlLiteral<""> : text; }
+
 // A NULL string compares as empty.
 inline bool operator<(const utlAutoBSTR& a, const utlAutoBSTR& b) {
-    static const unsigned short kEmpty[1] = {0};
-    const unsigned short* left = a.Get() ? a.Get() : kEmpty;
-    const unsigned short* right = b.Get() ? b.Get() : kEmpty;
-    return sysMCHARzCmp<unsigned short>(left, right) < 0;
+    return sysMCHARzCmp<unsigned short>(utlOrEmpty(a.Get()), utlOrEmpty(b.Get())) < 0;
 }
 
 class VANTLE_EXPORT utlAutoIfBase {

@@ -4,10 +4,11 @@
 #include <utility>
 
 #include "SymbolTable.h"
+#include "utlLiteral.h"
 
 namespace {
 
-const unsigned short kListSeparator[] = {0x2C, 0};  // ","
+constexpr const unsigned short* kListSeparator = utlLiteral<",">;
 
 // Every HRESULT operation of a scope ends here: a thrown int is the result, any
 // other exception (the standard library running out of memory) is E_FAIL.

@@ -3,6 +3,7 @@
 #include "parseScanString.h"
 
 #include "parseCharClass.h"
+#include "utlLiteral.h"
 
 using parse::IsBlank;
 using parse::kCloseParen;
@@ -11,8 +12,8 @@ using parse::kQuote;
 
 namespace {
 
-const unsigned short kEmptyText[] = {0};
-const unsigned short kSpaceText[] = {parse::kSpace, 0};
+constexpr const unsigned short* kEmptyText = utlLiteral<"">;
+constexpr const unsigned short* kSpaceText = utlLiteral<" ">;
 
 unsigned long UnitsUpToZero(const unsigned short* text) {
     if (text == nullptr) return 0;

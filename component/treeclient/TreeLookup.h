@@ -14,12 +14,6 @@
 typedef utlAutoIf<COM_ITNodeElement, &COM_IID_ITNodeElement> utlNodeIf;
 typedef utlAutoIf<COM_IStringCollection, &COM_IID_IStringCollection> utlCollectionIf;
 
-// A NULL string handed on to the tree reads as the empty one.
-inline CBSTR utlOrEmpty(CBSTR text) {
-    static const unsigned short kEmpty[1] = {0};
-    return text == nullptr ? kEmpty : text;
-}
-
 // The name a member query looks for, measured once: the query compares it with
 // every child it walks. Names match unit for unit: same length, same 16-bit units,
 // no case folding and no trimming.

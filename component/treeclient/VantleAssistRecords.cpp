@@ -3,9 +3,11 @@
 
 #include <climits>
 
+#include "utlLiteral.h"
+
 namespace {
 
-const unsigned short kNoText[1] = {0};
+constexpr const unsigned short* kNoText = utlLiteral<"">;
 
 BSTR EmptyPiece() { return COM_SysAllocStringLen(kNoText, 0); }
 

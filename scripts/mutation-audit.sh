@@ -70,15 +70,9 @@ build_copy "$logs/unmutated.build.log" || { echo "mutation-audit: the unmutated 
 run_tests "$logs/unmutated.test.log" ||
   { echo "mutation-audit: the unmutated suite fails: $(first_failure "$logs/unmutated.test.log")" >&2; exit 2; }
 
-{
-  echo "# Mutation audit"
-  echo
-  echo "Tree \`$tree\`, mutants from \`$list\`, started $(date '+%Y-%m-%d %H:%M')."
-  echo "Build and test logs of each mutant: \`$logs\`."
-  echo
-  echo "| id | file | status | first failing test |"
-  echo "| --- | --- | --- | --- |"
-} > "$report"
+printf '# Mutation audit\n\nTree `%s`, mutants from `%s`, started %s.\nLogs of each mutant: `%s`.\n\n%s\n%s\n' \
+  "$tree" "$list" "$(date '+%Y-%m-%d %H:%M')" "$logs" "| id | file | status | first failing test |" "| --- | --- | --- | --- |" \
+  > "$report"
 row() { echo "| $1 | $2 | $3 | $4 |" | tee -a "$report"; }
 
 killed=0 survived=0 stillborn=0 inapplicable=0

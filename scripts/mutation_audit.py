@@ -8,6 +8,7 @@
 import os
 import shutil
 import sys
+from pathlib import Path
 
 # A mutated file is never looked for here: tests and tools are not under audit,
 # and a build folder holds only generated files.
@@ -35,24 +36,12 @@ def files_under(top, keep_dir=lambda rel, name: True):
         yield from (os.path.normpath(os.path.join(rel, name)) for name in sorted(files))
 
 
-def read(path):
-    with open(path, "rb") as f:
-        return f.read()
-
-
-def write(path, data):
-    # Always a fresh modification time, restores included: the build has to see
-    # that the file changed, whatever it held before.
-    with open(path, "wb") as f:
-        f.write(data)
-
-
 def sync(tree, copy):
     # Unchanged files keep their times, so that the copy's build stays incremental.
     wanted = set(files_under(tree, lambda rel, d: d != ".git" and not (rel == "." and d.startswith("build"))))
     for rel in wanted:
         source, target = os.path.join(tree, rel), os.path.join(copy, rel)
-        if not (os.path.isfile(target) and read(source) == read(target)):
+        if not (os.path.isfile(target) and Path(source).read_bytes() == Path(target).read_bytes()):
             os.makedirs(os.path.dirname(target), exist_ok=True)
             shutil.copy(source, target)
     for rel in set(files_under(copy)) - wanted:
@@ -65,26 +54,27 @@ def apply(list_path, mutant_id, copy, save):
     found = [rel for rel in files_under(copy, searched) if os.path.basename(rel) == base]
     if len(found) != 1:
         return f"not-applicable\t{len(found)} files named {base}"
-    path = os.path.join(copy, found[0])
-    original = read(path)
+    path, save = Path(copy, found[0]), Path(save)
+    original = path.read_bytes()
     count = original.decode("utf-8").count(snippet)
     if count != 1:
         return f"not-applicable\tsnippet found {count} times in {found[0]}"
-    os.makedirs(save, exist_ok=True)
-    write(os.path.join(save, "original"), original)
-    write(os.path.join(save, "path"), path.encode())
-    write(path, original.decode("utf-8").replace(snippet, replacement).encode("utf-8"))
+    save.mkdir(parents=True, exist_ok=True)
+    (save / "original").write_bytes(original)
+    (save / "path").write_text(str(path))
+    path.write_bytes(original.decode("utf-8").replace(snippet, replacement).encode("utf-8"))
     return f"applied\t{found[0]}"
 
 
 def restore(save):
-    record = os.path.join(save, "path")
-    if os.path.exists(record):
-        path, original = read(record).decode(), read(os.path.join(save, "original"))
-        write(path, original)
-        if read(path) != original:
+    record = Path(save, "path")
+    if record.exists():
+        # Written anew, not copied with its old time: the build has to see the change.
+        path, original = Path(record.read_text()), Path(save, "original").read_bytes()
+        path.write_bytes(original)
+        if path.read_bytes() != original:
             sys.exit(f"mutation_audit.py: {path} could not be put back")
-        os.remove(record)
+        record.unlink()
 
 
 def ids(list_path, *wanted):

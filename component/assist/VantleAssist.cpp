@@ -3,6 +3,7 @@
 #include "VantleAssist.h"
 
 #include "utlLiteral.h"
+#include "ServiceTexts.h"
 #include "vantle/constants.h"
 
 namespace {
@@ -57,7 +58,7 @@ HRESULT CVantleAssistant::Finder(void* object, unsigned long long, const COM_GUI
 }
 
 HRESULT CVantleAssistant::UpdateRegistry(int doRegister) {
-    return g_theModule.UpdateRegistryClass(COM_CLSID_VantleAssist, S_A_String0018, 0, doRegister, nullptr, nullptr,
+    return g_theModule.UpdateRegistryClass(COM_CLSID_VantleAssist, texts::kComponentName, 0, doRegister, nullptr, nullptr,
                                            nullptr, nullptr);
 }
 

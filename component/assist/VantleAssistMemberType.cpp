@@ -2,6 +2,7 @@
 #include "TreeRecords.h"
 #include "VantleAssist.h"
 #include "utlLiteral.h"
+#include "ServiceTexts.h"
 #include "vantle/constants.h"
 
 namespace {
@@ -30,7 +31,7 @@ const unsigned short* TypePrefix(const utlPropertyTypeRecord& record, bool& norm
         return nullptr;
     }
     unsigned short cardinalityKind = FirstUnit(record.cardinality);
-    if (cardinalityKind == 'o' || cardinalityKind == 'p') return S_A_String0001;
+    if (cardinalityKind == 'o' || cardinalityKind == 'p') return texts::kNothing;
     return kRelationshipOf;
 }
 

@@ -1,6 +1,7 @@
 // Member listing: the editor's completion list for a class, plain and with kind marks.
 #include "TreeRecords.h"
 #include "VantleAssist.h"
+#include "ServiceTexts.h"
 #include "vantle/constants.h"
 
 namespace {
@@ -38,7 +39,7 @@ HRESULT WalkSection(utlNodeIf& node, const Section& section, int includeInherite
 void AppendEntry(utlAutoBSTR& list, const utlWString& entry) {
     if (entry.empty()) return;
     list.Append(entry.data(), entry.size());
-    list.Append(S_A_String0004);
+    list.Append(texts::kListEnd);
 }
 
 // An extended entry is assembled in one reused buffer, so that the list's own
@@ -72,7 +73,7 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
     int ignoredA = 0, ignoredB = 0, ignoredC = 0;
     HRESULT hr = node->GetKeyword(CLASSclasstype, &classType, &ignoredA, &ignoredB, &ignoredC);
     if (FAILED(hr)) return hr;
-    if (utlMemberName(S_A_String0007).Matches(classType) && !IsSet(flags, MEMBER_DATATYPES)) return S_FALSE;
+    if (utlMemberName(texts::kDatatypeClass).Matches(classType) && !IsSet(flags, MEMBER_DATATYPES)) return S_FALSE;
 
     // Whatever was listed before a failing walk still goes to the caller; an
     // exception passing through frees it instead.
@@ -89,15 +90,15 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
                              if (!wanted) return;
                              if (!extended) {
                                  list.Append(name);
-                                 list.Append(S_A_String0008);
+                                 list.Append(texts::kMethodEntryEnd);
                                  return;
                              }
                              bool isPrivate = values.IsSet(utlTHIRD_FLAG);
                              StartEntry(entry, name);
-                             entry += S_A_String0009;
-                             if (classMethod == '1' || isPrivate) entry += S_A_String0021;
-                             if (classMethod == '1') entry += S_A_String0022;
-                             if (isPrivate) entry += S_A_String0024;
+                             entry += texts::kOpenParen;
+                             if (classMethod == '1' || isPrivate) entry += texts::kMarkSeparator;
+                             if (classMethod == '1') entry += texts::kClassMethodMark;
+                             if (isPrivate) entry += texts::kPrivateMark;
                              AppendEntry(list, entry);
                          });
         if (FAILED(hr)) {
@@ -112,13 +113,13 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
                          [&](const utlAutoBSTR& name, const utlFlagReader& values) {
                              if (!extended) {
                                  list.Append(name);
-                                 list.Append(S_A_String0004);
+                                 list.Append(texts::kListEnd);
                                  return;
                              }
                              StartEntry(entry, name);
                              if (values.IsSet(utlSECOND_FLAG)) {
-                                 entry += S_A_String0021;
-                                 entry += S_A_String0024;
+                                 entry += texts::kMarkSeparator;
+                                 entry += texts::kPrivateMark;
                              }
                              AppendEntry(list, entry);
                          });
@@ -133,7 +134,7 @@ HRESULT CVantleAssistant::ListMembers(CBSTR className, MEMBER_FILTER_FLAGS passe
         hr = WalkSection(node, parameters, m_includeInherited, flags,
                          [&](const utlAutoBSTR& name, const utlFlagReader&) {
                              list.Append(name);
-                             list.Append(S_A_String0004);
+                             list.Append(texts::kListEnd);
                          });
         if (FAILED(hr)) {
             *out = list.Detach();

@@ -3,6 +3,7 @@
 #include "TreeRecords.h"
 #include "VantleAssist.h"
 #include "VantleAssistRecords.h"
+#include "ServiceTexts.h"
 #include "vantle/constants.h"
 
 namespace {
@@ -43,24 +44,24 @@ void AppendType(utlWString& text, const CScanString& type) {
 // Numbers, quoted strings and NULL are shown as written; anything else is an
 // expression and is shown in braces.
 void AppendDefault(utlWString& text, const CScanString& value) {
-    if (value.IsNumber() || value.IsQuotedString() || value.UpperEqualsString(S_A_String0013)) {
-        text.append(S_A_String0014);
+    if (value.IsNumber() || value.IsQuotedString() || value.UpperEqualsString(texts::kNull)) {
+        text.append(texts::kEquals);
         Append(text, value);
         return;
     }
-    text.append(S_A_String0015);
+    text.append(texts::kEqualsBrace);
     Append(text, value);
-    text.append(S_A_String0016);
+    text.append(texts::kCloseBrace);
 }
 
 // One argument: [mode] name [: type] [= default].
 void AppendArgument(utlWString& text, const CScanString& argument) {
     unsigned long from = 0;
     if (argument[0] == '&' || argument[0] == '.') {
-        text.append(S_A_String0010);
+        text.append(texts::kByRef);
         from = 1;
     } else if (argument[0] == '*') {
-        text.append(S_A_String0011);
+        text.append(texts::kOutput);
         from = 1;
     }
     CScanString name;
@@ -80,7 +81,7 @@ void AppendArgument(utlWString& text, const CScanString& argument) {
     }
     Append(text, name);
     if (!type.IsEmpty()) {
-        text.append(S_A_String0012);
+        text.append(texts::kAs);
         AppendType(text, type);
     }
     if (!defaultValue.IsEmpty()) AppendDefault(text, defaultValue);
@@ -91,7 +92,7 @@ void AppendArgument(utlWString& text, const CScanString& argument) {
 void Render(utlWString& text, CBSTR methodName, const utlAutoBSTR& returnType, const utlAutoBSTR& formalSpec,
             unsigned long argumentNumber, unsigned long& start, unsigned long& end) {
     text.append(methodName);
-    text.append(S_A_String0009);
+    text.append(texts::kOpenParen);
     CScanString arguments = CScanString(formalSpec.Get()).TrimParens();
     if (!arguments.IsEmpty()) {
         unsigned long counted = 0;
@@ -107,13 +108,13 @@ void Render(utlWString& text, CBSTR methodName, const utlAutoBSTR& returnType, c
             AppendArgument(text, argument);
             if (counted == argumentNumber) end = text.size();
             if (next == CScanString::NPOS) break;
-            text.append(S_A_String0004);
+            text.append(texts::kListEnd);
             position = next + 1;
         }
     }
-    text.append(S_A_String0017);
+    text.append(texts::kCloseParen);
     if (returnType.Length() > 0) {
-        text.append(S_A_String0012);
+        text.append(texts::kAs);
         text.append(returnType.Get(), returnType.Length());
     }
 }

@@ -1,12 +1,16 @@
 // The tour: each query a user would try on the bundled dictionary, with the
 // command that asks it.
+#include "Demo.h"
+
 #include <unistd.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <sstream>
 
-#include "tools/ToolCommands.h"
-#include "tools/ToolText.h"
+#include "QueryCommands.h"
+#include "ToolCommandTable.h"
+#include "ToolText.h"
 
 namespace vantle::tool {
 namespace {
@@ -42,7 +46,8 @@ const DemoStep kSteps[] = {
     {nullptr, "origin Shop.ExpressOrder %Save"},
     {nullptr, "origin Shop.Order Trail 5"},
     {nullptr, "origin Shop.Order STORAGE 10"},
-    {"Short class names: relative to the class being edited, then the import list", "type Order Lines --relative Shop.Invoice"},
+    {"Short class names: relative to the class being edited, then the import list",
+     "type Order Lines --relative Shop.Invoice"},
     {nullptr, "members Format --import Util --flags 1"},
     {"For programs: the same answers as JSON", "signature Shop.Order Save 1 --json"},
 };
@@ -51,7 +56,8 @@ const DemoStep kSteps[] = {
 
 int RunDemo(ServiceSession& session, const CommandLine& line, std::ostream& out, std::ostream& err) {
     const bool terminal = &out == &std::cout && isatty(STDOUT_FILENO) && std::getenv("NO_COLOR") == nullptr;
-    const std::string bold = terminal ? "\x1b[1m" : "", dim = terminal ? "\x1b[2m" : "", plain = terminal ? "\x1b[0m" : "";
+    const std::string bold = terminal ? "\x1b[1m" : "", dim = terminal ? "\x1b[2m" : "",
+                      plain = terminal ? "\x1b[0m" : "";
     out << bold << "A tour of the code-assistance service" << plain << " (dictionary: "
         << (line.dictionary.empty() ? "the bundled shop library" : line.dictionary) << ", service: " << session.Origin()
         << ")\n";
@@ -75,7 +81,7 @@ int RunDemo(ServiceSession& session, const CommandLine& line, std::ostream& out,
         style.json = parsed.json;
         style.highlight = terminal;
         QueryCommands queries(session, answer, err, style);
-        int status = RunQuery(queries, parsed, err);
+        int status = std::get<QueryHandler>(FindToolCommand(parsed.command)->handler)(queries, parsed, err);
         if (status > worst) worst = status;
         std::istringstream lines(answer.str());
         for (std::string text; std::getline(lines, text);) out << "    " << text << "\n";

@@ -1,9 +1,5 @@
-// HresultText: the message text of a status code, as people read it.
-//
-// The component exports the one authoritative table (COM_HRESULT_Expansion); the
-// tool does not link the component, so it looks the function up in the loaded
-// library, or in the library beside the tool. Without either it still answers,
-// with "status XXXXXXXX".
+// HresultText: the message text of a status code, as people read it, from the one
+// table the component exports (COM_HRESULT_Expansion): "message [XXXXXXXX]".
 #ifndef VANTLE_TOOLS_HRESULTTEXT_H_
 #define VANTLE_TOOLS_HRESULTTEXT_H_
 
@@ -13,8 +9,7 @@
 
 namespace vantle::tool {
 
-// `module` is a dlopen handle of the component, or NULL.
-std::string HresultText(HRESULT code, void* module);
+std::string HresultText(HRESULT code);
 
 }  // namespace vantle::tool
 

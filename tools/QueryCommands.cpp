@@ -1,9 +1,9 @@
 // Query commands: service calls and their output.
-#include "tools/QueryCommands.h"
+#include "QueryCommands.h"
 
-#include "tools/HresultText.h"
-#include "tools/ToolJson.h"
-#include "tools/ToolText.h"
+#include "HresultText.h"
+#include "ToolJson.h"
+#include "ToolText.h"
 
 namespace vantle::tool {
 namespace {
@@ -24,14 +24,14 @@ const char* KindName(int kind) {
     }
 }
 
-}  // namespace
-
+// Display width of UTF-8 text, in characters.
 std::size_t DisplayWidth(const std::string& text) {
     std::size_t width = 0;
     for (unsigned char c : text) width += (c & 0xC0) != 0x80;
     return width;
 }
 
+// One entry of a member list ("Save(" or "Save(\tCP") as a line for people.
 std::string DescribeMemberEntry(const std::string& entry) {
     std::string name = entry;
     std::string markers;
@@ -51,20 +51,21 @@ std::string DescribeMemberEntry(const std::string& entry) {
     return name + std::string(width < 28 ? 28 - width : 2, ' ') + words;
 }
 
+}  // namespace
+
 int QueryCommands::Finish(HRESULT hr) {
     if (SUCCEEDED(hr)) return 0;
-    err_ << "vantle-assist: " << HresultText(hr, session_.ModuleHandle()) << "\n";
+    err_ << "vantle-assist: " << HresultText(hr) << "\n";
     return 1;
 }
 
 int QueryCommands::Classes(const std::string& prefix) {
-    std::u16string prefix16 = ToUtf16(prefix);
-    Bstr list;
-    HRESULT hr = session_.Assist()->GetClassList(Wide(prefix16), list.Out());
+    kesto::String list;
+    HRESULT hr = session_.Assist()->GetClassList(kesto::wide(ToUtf16(prefix)), list.out());
     if (style_.json) {
         PrintJson(out_, JsonObject().Number("hresult", hr).String("list", list));
     } else if (SUCCEEDED(hr)) {
-        std::vector<std::string> classes = SplitList(list.Utf8());
+        std::vector<std::string> classes = SplitList(Utf8(list));
         for (const std::string& name : classes) out_ << name << "\n";
         if (classes.empty()) out_ << "(no class starts with \"" << prefix << "\")\n";
     }
@@ -73,14 +74,14 @@ int QueryCommands::Classes(const std::string& prefix) {
 
 int QueryCommands::Members(const std::string& className, unsigned int flags, bool extended) {
     std::u16string class16 = ToUtf16(className);
-    Bstr list;
+    kesto::String list;
     auto filter = static_cast<MEMBER_FILTER_FLAGS>(flags);
-    HRESULT hr = extended ? session_.Assist3()->GetClassMembersEx(Wide(class16), filter, list.Out())
-                          : session_.Assist()->GetClassMembers(Wide(class16), filter, list.Out());
+    HRESULT hr = extended ? session_.Assist3()->GetClassMembersEx(kesto::wide(class16), filter, list.out())
+                          : session_.Assist()->GetClassMembers(kesto::wide(class16), filter, list.out());
     if (style_.json) {
         PrintJson(out_, JsonObject().Number("hresult", hr).String("list", list));
     } else if (SUCCEEDED(hr)) {
-        std::vector<std::string> entries = SplitList(list.Utf8());
+        std::vector<std::string> entries = SplitList(Utf8(list));
         for (const std::string& entry : entries) out_ << DescribeMemberEntry(entry) << "\n";
         if (entries.empty()) {
             out_ << (hr == S_FALSE ? "(no class " + className + ", or a data-type class: see --flags 32)"
@@ -92,17 +93,17 @@ int QueryCommands::Members(const std::string& className, unsigned int flags, boo
 }
 
 int QueryCommands::Type(const std::string& className, const std::string& member) {
-    std::u16string class16 = ToUtf16(className), member16 = ToUtf16(member);
     SYMBOL_KIND kind = static_cast<SYMBOL_KIND>(0);
-    Bstr type;
-    HRESULT hr = session_.Assist()->GetClassMemberType(Wide(class16), Wide(member16), &kind, type.Out());
+    kesto::String type;
+    HRESULT hr = session_.Assist()->GetClassMemberType(kesto::wide(ToUtf16(className)), kesto::wide(ToUtf16(member)),
+                                                       &kind, type.out());
     if (style_.json) {
         PrintJson(out_, JsonObject().Number("hresult", hr).Number("kind", kind).String("type", type));
     } else if (SUCCEEDED(hr) || kind != 0) {
         if (kind == 0) {
             out_ << "(" << className << " has no member " << member << ")\n";
         } else {
-            std::string text = type.IsNull() ? "(no type)" : type.Utf8().empty() ? "(none)" : type.Utf8();
+            std::string text = type.is_null() ? "(no type)" : type.view().empty() ? "(none)" : Utf8(type);
             out_ << className << "." << member << ": " << KindName(kind)
                  << (kind == SYMBOL_MEMBERMETHOD ? " returning " : " of type ") << text << "\n";
         }
@@ -111,10 +112,9 @@ int QueryCommands::Type(const std::string& className, const std::string& member)
 }
 
 int QueryCommands::Signature(const std::string& className, const std::string& method, unsigned long argument) {
-    std::u16string class16 = ToUtf16(className), method16 = ToUtf16(method);
-    Bstr before, current, after;
-    HRESULT hr = session_.Assist()->GetMethodSignature(Wide(class16), Wide(method16), argument, before.Out(),
-                                                       current.Out(), after.Out());
+    kesto::String before, current, after;
+    HRESULT hr = session_.Assist()->GetMethodSignature(kesto::wide(ToUtf16(className)), kesto::wide(ToUtf16(method)),
+                                                       argument, before.out(), current.out(), after.out());
     if (style_.json) {
         PrintJson(out_, JsonObject()
                             .Number("hresult", hr)
@@ -124,7 +124,7 @@ int QueryCommands::Signature(const std::string& className, const std::string& me
         return Finish(hr);
     }
     if (FAILED(hr)) return Finish(hr);
-    std::string b = before.Utf8(), c = current.Utf8(), a = after.Utf8();
+    std::string b = Utf8(before), c = Utf8(current), a = Utf8(after);
     if (b.empty() && c.empty() && a.empty()) {
         out_ << "(" << className << " has no method " << method << ")\n";
         return Finish(hr);
@@ -140,17 +140,16 @@ int QueryCommands::Signature(const std::string& className, const std::string& me
 }
 
 int QueryCommands::Origin(const std::string& className, const std::string& member, int kind) {
-    std::u16string class16 = ToUtf16(className), member16 = ToUtf16(member);
-    Bstr origin;
-    HRESULT hr = session_.Assist2()->GetMemberOrigin(Wide(class16), Wide(member16), static_cast<SYMBOL_KIND>(kind),
-                                                     origin.Out());
+    kesto::String origin;
+    HRESULT hr = session_.Assist2()->GetMemberOrigin(kesto::wide(ToUtf16(className)), kesto::wide(ToUtf16(member)),
+                                                     static_cast<SYMBOL_KIND>(kind), origin.out());
     if (style_.json) {
         PrintJson(out_, JsonObject().Number("hresult", hr).String("origin", origin));
     } else if (SUCCEEDED(hr)) {
-        if (origin.IsNull()) {
+        if (origin.is_null()) {
             out_ << "(" << className << " has no " << KindName(kind) << " " << member << ")\n";
         } else {
-            out_ << className << "." << member << " is defined in " << origin.Utf8() << "\n";
+            out_ << className << "." << member << " is defined in " << Utf8(origin) << "\n";
         }
     }
     return Finish(hr);

@@ -13,7 +13,7 @@
 #include <ostream>
 #include <string>
 
-#include "tools/ServiceSession.h"
+#include "ServiceSession.h"
 
 namespace vantle::tool {
 
@@ -34,7 +34,6 @@ public:
     int Origin(const std::string& className, const std::string& member, int kind);
 
     void SetStyle(QueryStyle style) { style_ = style; }
-    QueryStyle Style() const { return style_; }
 
 private:
     int Finish(HRESULT hr);
@@ -44,11 +43,6 @@ private:
     std::ostream& err_;
     QueryStyle style_;
 };
-
-// One entry of a member list ("Save(" or "Save(\tCP") as a line for people.
-std::string DescribeMemberEntry(const std::string& entry);
-// Display width of UTF-8 text, in characters.
-std::size_t DisplayWidth(const std::string& text);
 
 }  // namespace vantle::tool
 

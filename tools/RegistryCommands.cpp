@@ -1,5 +1,5 @@
 // register, unregister and registry: the tool's view of the runtime's registry.
-#include "tools/RegistryCommands.h"
+#include "RegistryCommands.h"
 
 #include <dlfcn.h>
 #include <sys/stat.h>
@@ -9,38 +9,12 @@
 #include <vector>
 
 #include "kesto/registry.h"
-#include "tools/HresultText.h"
-#include "tools/ToolText.h"
+#include "vantle/server.h"
+#include "HresultText.h"
+#include "ToolText.h"
 
 namespace vantle::tool {
 namespace {
-
-// One row of a component's object map as the binary contract lays it out.
-struct ObjectMapRow {
-    const COM_GUID* clsid;
-    const void* factory;
-    const void* updateRegistry;
-    const void* getCategoryMap;
-};
-
-// One counted reference, released at the end of the scope.
-template <typename I>
-class Held {
-public:
-    Held() = default;
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
-    ~Held() {
-        if (p_ != nullptr) p_->Release();
-    }
-    I* operator->() const { return p_; }
-    I* Get() const { return p_; }
-    I** Out() { return &p_; }
-    void** OutVoid() { return reinterpret_cast<void**>(&p_); }
-
-private:
-    I* p_ = nullptr;
-};
 
 std::string RegistryFile() {
     std::vector<char> buffer(4096);
@@ -52,14 +26,14 @@ std::string RegistryFile() {
     return std::string(buffer.data(), length);
 }
 
-HRESULT OpenRegistry(Held<COM_IRegistry>& registry) {
-    return COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.OutVoid());
+HRESULT OpenRegistry(kesto::Ref<COM_IRegistry>& registry) {
+    return COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
 }
 
 std::string GuidText(const COM_GUID& id) {
-    Bstr text;
-    if (COM_CLSIDToString(id, text.Out()) != S_OK) return "{?}";
-    return text.Utf8();
+    kesto::String text;
+    if (COM_CLSIDToString(id, text.out()) != S_OK) return "{?}";
+    return Utf8(text);
 }
 
 // A quoted string for people: quotes, backslashes and control characters escaped.
@@ -88,27 +62,28 @@ struct ClassState {
 };
 
 HRESULT ReadClassState(const COM_GUID& clsid, ClassState* state) {
-    Held<COM_IRegistry> registry;
+    kesto::Ref<COM_IRegistry> registry;
     HRESULT hr = OpenRegistry(registry);
     if (FAILED(hr)) return hr;
     const std::u16string classKey = u"CLSID\\" + ToUtf16(GuidText(clsid));
-    hr = registry->OpenRoot(1, Wide(classKey));
+    hr = registry->OpenRoot(1, kesto::wide(classKey));
     if (hr == REGDB_E_KEYMISSING) return registry->Close();
     if (FAILED(hr)) return hr;
     state->registered = true;
-    Bstr name;
-    if (registry->GetStringValue(Wide(u""), name.Out()) == S_OK) state->name = name.Utf8();
+    kesto::String name;
+    if (registry->GetStringValue(kesto::wide(u""), name.out()) == S_OK) state->name = Utf8(name);
     int count = 0;
-    if (registry->OpenKey(Wide(u"InstallCount")) == S_OK && registry->GetIntValue(Wide(u""), &count) == S_OK)
+    if (registry->OpenKey(kesto::wide(u"InstallCount")) == S_OK &&
+        registry->GetIntValue(kesto::wide(u""), &count) == S_OK)
         state->installCount = count;
     return registry->Close();
 }
 
 std::vector<const COM_GUID*> ClassesOf(void* module) {
     std::vector<const COM_GUID*> classes;
-    auto getObjectMap = reinterpret_cast<const ObjectMapRow* (*)()>(dlsym(module, "GetObjectMap"));
+    auto getObjectMap = reinterpret_cast<vantle::GetObjectMapFunction>(dlsym(module, "GetObjectMap"));
     if (getObjectMap == nullptr) return classes;
-    for (const ObjectMapRow* row = getObjectMap(); row != nullptr && row->clsid != nullptr; ++row)
+    for (const COM_OBJECT_MAP_ENTRY* row = getObjectMap(); row != nullptr && row->clsid != nullptr; ++row)
         classes.push_back(row->clsid);
     return classes;
 }
@@ -120,7 +95,7 @@ void ReportClasses(void* module, std::ostream& out) {
         out << "  " << GuidText(*clsid);
         if (!state.name.empty()) out << " " << state.name;
         if (FAILED(hr)) {
-            out << ": cannot read its records: " << HresultText(hr, module) << "\n";
+            out << ": cannot read its records: " << HresultText(hr) << "\n";
         } else if (!state.registered) {
             out << ": not registered\n";
         } else if (state.installCount) {
@@ -134,14 +109,14 @@ void ReportClasses(void* module, std::ostream& out) {
 // Why DllRegisterServer/DllUnregisterServer reported a failure, as far as the
 // registry can tell.
 std::string ExplainFailure(void* module, bool doRegister, const std::string& registryFile) {
-    Held<COM_IRegistry> registry;
+    kesto::Ref<COM_IRegistry> registry;
     HRESULT hr = OpenRegistry(registry);
-    if (FAILED(hr)) return "the registry " + registryFile + " cannot be used: " + HresultText(hr, module);
+    if (FAILED(hr)) return "the registry " + registryFile + " cannot be used: " + HresultText(hr);
     if (!doRegister) {
         for (const COM_GUID* clsid : ClassesOf(module)) {
             ClassState state;
             if (SUCCEEDED(ReadClassState(*clsid, &state)) && !state.registered)
-                return GuidText(*clsid) + " is not registered: " + HresultText(REGDB_E_KEYMISSING, module);
+                return GuidText(*clsid) + " is not registered: " + HresultText(REGDB_E_KEYMISSING);
         }
     }
     return "the module reported a failure (registry " + registryFile + ")";
@@ -150,36 +125,36 @@ std::string ExplainFailure(void* module, bool doRegister, const std::string& reg
 // Prints the key at `path` below `root` (the current chain goes on) and
 // everything below it.
 HRESULT DumpKey(COM_IRegistry* registry, int root, const std::u16string& path, int depth, std::ostream& out) {
-    HRESULT hr = registry->OpenRoot(root, Wide(path));
+    HRESULT hr = registry->OpenRoot(root, kesto::wide(path));
     if (FAILED(hr)) return hr;
     const std::string indent(2 * static_cast<std::size_t>(depth), ' ');
 
-    Held<COM_IRegistryEnum> values;
-    hr = registry->EnumValues(values.Out());
+    kesto::Ref<COM_IRegistryEnum> values;
+    hr = registry->EnumValues(values.out());
     if (FAILED(hr)) return hr;
-    Bstr name;
-    while ((hr = values->Next(name.Out())) == S_OK) {
-        std::u16string valueName(name.View());
+    kesto::String name;
+    while ((hr = values->Next(name.out())) == S_OK) {
+        std::u16string valueName(name.view());
         out << indent << (valueName.empty() ? std::string("(default)") : ToUtf8(valueName)) << " = ";
         int kind = KESTO_REGISTRY_NONE;
-        registry->GetValueKind(Wide(valueName), &kind);
+        registry->GetValueKind(kesto::wide(valueName), &kind);
         if (kind == KESTO_REGISTRY_INTEGER) {
             int number = 0;
-            registry->GetIntValue(Wide(valueName), &number);
+            registry->GetIntValue(kesto::wide(valueName), &number);
             out << number << "\n";
         } else {
-            Bstr text;
-            registry->GetStringValue(Wide(valueName), text.Out());
-            out << Quoted(text.Utf8()) << "\n";
+            kesto::String text;
+            registry->GetStringValue(kesto::wide(valueName), text.out());
+            out << Quoted(Utf8(text)) << "\n";
         }
     }
     if (FAILED(hr)) return hr;
 
-    Held<COM_IRegistryEnum> subkeys;
-    hr = registry->EnumSubkeys(subkeys.Out());
+    kesto::Ref<COM_IRegistryEnum> subkeys;
+    hr = registry->EnumSubkeys(subkeys.out());
     if (FAILED(hr)) return hr;
     std::vector<std::u16string> children;
-    while ((hr = subkeys->Next(name.Out())) == S_OK) children.emplace_back(name.View());
+    while ((hr = subkeys->Next(name.out())) == S_OK) children.emplace_back(name.view());
     if (FAILED(hr)) return hr;
     for (const std::u16string& child : children) {
         out << indent << ToUtf8(child) << "\n";
@@ -195,18 +170,16 @@ int RunRegisterCommand(const std::string& modulePath, bool doRegister, std::ostr
     const char* verb = doRegister ? "register" : "unregister";
     void* module = dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
-        // Copied at once: looking up the message text loads a library too.
-        const char* reason = dlerror();
-        const std::string why = reason != nullptr ? reason : "the library cannot be loaded";
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": "
-            << HresultText(CO_E_DLLNOTFOUND, nullptr) << "\n  " << why << "\n";
+        const char* why = dlerror();
+        err << "vantle-assist: cannot " << verb << " " << modulePath << ": " << HresultText(CO_E_DLLNOTFOUND)
+            << "\n  " << (why != nullptr ? why : "the library cannot be loaded") << "\n";
         return 1;
     }
     const char* entryName = doRegister ? "DllRegisterServer" : "DllUnregisterServer";
-    auto entry = reinterpret_cast<HRESULT (*)()>(dlsym(module, entryName));
+    auto entry = reinterpret_cast<vantle::RegisterServerFunction>(dlsym(module, entryName));
     if (entry == nullptr) {
         err << "vantle-assist: cannot " << verb << " " << modulePath << ": it has no " << entryName << ": "
-            << HresultText(CO_E_ERRORINDLL, module) << "\n";
+            << HresultText(CO_E_ERRORINDLL) << "\n";
         return 1;
     }
     const std::string registryFile = RegistryFile();
@@ -233,19 +206,19 @@ int RunRegistryDumpCommand(std::ostream& out, std::ostream& err) {
         out << "Registry " << registryFile << ": not made yet (nothing is registered)\n";
         return 0;
     }
-    Held<COM_IRegistry> registry;
+    kesto::Ref<COM_IRegistry> registry;
     HRESULT hr = OpenRegistry(registry);
     if (FAILED(hr)) {
-        err << "vantle-assist: registry " << registryFile << ": " << HresultText(hr, nullptr) << "\n";
+        err << "vantle-assist: registry " << registryFile << ": " << HresultText(hr) << "\n";
         return 1;
     }
     out << "Registry " << registryFile << "\n";
     const std::pair<int, const char*> roots[] = {{1, "Classes"}, {2, "Settings"}};
     for (const auto& [root, title] : roots) {
         out << title << " (root " << root << ")\n";
-        hr = DumpKey(registry.Get(), root, u"", 1, out);
+        hr = DumpKey(registry.get(), root, u"", 1, out);
         if (FAILED(hr)) {
-            err << "vantle-assist: registry " << registryFile << ": " << HresultText(hr, nullptr) << "\n";
+            err << "vantle-assist: registry " << registryFile << ": " << HresultText(hr) << "\n";
             return 1;
         }
     }

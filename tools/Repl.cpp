@@ -1,27 +1,48 @@
 // The interactive prompt: line editing, history and completion from the service.
+#include "Repl.h"
+
 #include <editline/readline.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
+#include <iostream>
+#include <string_view>
 
-#include "tools/ToolCommands.h"
-#include "tools/ToolText.h"
+#include "QueryCommands.h"
+#include "ToolCommandTable.h"
+#include "ToolHelp.h"
+#include "ToolText.h"
 
 namespace vantle::tool {
 namespace {
 
-const char kReplHelp[] =
-    "Commands (as on the command line, without \"vantle-assist\"):\n"
-    "  classes [PREFIX]                    members CLASS [--flags N] [--extended]\n"
-    "  type CLASS MEMBER                   signature CLASS METHOD [ARGUMENT]\n"
-    "  origin CLASS MEMBER [KIND]          --json after any of them for JSON\n"
-    "  set relative CLASS | set relative   resolve short names against CLASS (or none)\n"
-    "  set import LIST | set import        packages to try for short names (or none)\n"
-    "  set inherited on|off                include inherited members\n"
-    "  help [COMMAND]                      quit (or end of input)\n"
-    "Tab completes commands, class names and member names.\n";
+// The prompt's help: its commands in two columns, then the lines only it knows.
+std::string PromptHelp() {
+    const auto row = [](std::string_view left, std::string_view right) {
+        std::string text = "  ";
+        text += left;
+        text += std::string(left.size() < 36 ? 36 - left.size() : 1, ' ');
+        text += right;
+        return text + "\n";
+    };
+    std::vector<std::string_view> cells;
+    for (const ToolCommand& command : ToolCommands()) {
+        if (command.IsQuery()) cells.push_back(command.usage);
+    }
+    cells.push_back("--json after any of them for JSON");
+    std::string text = "Commands (as on the command line, without \"vantle-assist\"):\n";
+    for (std::size_t i = 0; i < cells.size(); i += 2) {
+        text += i + 1 < cells.size() ? row(cells[i], cells[i + 1]) : "  " + std::string(cells[i]) + "\n";
+    }
+    text += row("set relative CLASS | set relative", "resolve short names against CLASS (or none)");
+    text += row("set import LIST | set import", "packages to try for short names (or none)");
+    text += row("set inherited on|off", "include inherited members");
+    text += row("help [COMMAND]", "quit (or end of input)");
+    return text + "Tab completes commands, class names and member names.\n";
+}
 
 // The session the completion callbacks ask; readline's callbacks carry no context.
 ServiceSession* g_completionSession = nullptr;
@@ -29,21 +50,21 @@ std::vector<std::string> g_candidates;
 std::size_t g_nextCandidate = 0;
 
 std::vector<std::string> ClassCandidates(const std::string& prefix) {
-    std::u16string prefix16 = ToUtf16(prefix);
-    Bstr list;
-    if (FAILED(g_completionSession->Assist()->GetClassList(Wide(prefix16), list.Out()))) return {};
-    return SplitList(list.Utf8());
+    kesto::String list;
+    if (FAILED(g_completionSession->Assist()->GetClassList(kesto::wide(ToUtf16(prefix)), list.out()))) return {};
+    return SplitList(Utf8(list));
 }
 
 std::vector<std::string> MemberCandidates(const std::string& className, const std::string& prefix) {
-    std::u16string class16 = ToUtf16(className);
-    Bstr list;
+    kesto::String list;
     auto everything = static_cast<MEMBER_FILTER_FLAGS>(MEMBER_CLASSMETHODS | MEMBER_INSTANCEMETHODS |
                                                        MEMBER_PROPERTIES | MEMBER_INTERNAL | MEMBER_PARAMETERS |
                                                        MEMBER_DATATYPES);
-    if (FAILED(g_completionSession->Assist()->GetClassMembers(Wide(class16), everything, list.Out()))) return {};
+    if (FAILED(g_completionSession->Assist()->GetClassMembers(kesto::wide(ToUtf16(className)), everything,
+                                                               list.out())))
+        return {};
     std::vector<std::string> names;
-    for (std::string entry : SplitList(list.Utf8())) {
+    for (std::string entry : SplitList(Utf8(list))) {
         if (!entry.empty() && entry.back() == '(') entry.pop_back();
         if (entry.rfind(prefix, 0) == 0) names.push_back(entry);
     }
@@ -56,6 +77,12 @@ char* NextCandidate(const char*, int state) {
     return strdup(g_candidates[g_nextCandidate++].c_str());
 }
 
+void OfferWords(std::initializer_list<std::string_view> words, const std::string& prefix) {
+    for (std::string_view word : words) {
+        if (word.starts_with(prefix)) g_candidates.emplace_back(word);
+    }
+}
+
 char** Complete(const char* text, int start, int) {
     rl_attempted_completion_over = 1;  // never fall back to file names
     std::string before(rl_line_buffer, rl_line_buffer + start);
@@ -63,22 +90,22 @@ char** Complete(const char* text, int start, int) {
     std::string prefix = text;
     g_candidates.clear();
     if (words.empty()) {
-        for (const std::string& name : CommandNames()) {
-            if (name.rfind(prefix, 0) == 0) g_candidates.push_back(name);
+        for (const ToolCommand& command : ToolCommands()) OfferWords({command.name}, prefix);
+        OfferWords({"set", "quit"}, prefix);
+    } else if (words[0] == "set") {
+        if (words.size() == 1) OfferWords({"relative", "import", "inherited"}, prefix);
+        if (words.size() == 2 && words[1] == "relative") g_candidates = ClassCandidates(prefix);
+    } else if (const ToolCommand* command = FindToolCommand(words[0]); command && words.size() <= 2) {
+        switch (command->completion[words.size() - 1]) {
+            case Completion::kClassName:
+                g_candidates = ClassCandidates(prefix);
+                break;
+            case Completion::kMemberName:
+                g_candidates = MemberCandidates(words.back(), prefix);
+                break;
+            case Completion::kNothing:
+                break;
         }
-        for (const char* extra : {"set", "quit"}) {
-            if (std::string(extra).rfind(prefix, 0) == 0) g_candidates.emplace_back(extra);
-        }
-    } else if (words.size() == 1 && words[0] != "set" && words[0] != "help") {
-        g_candidates = ClassCandidates(prefix);
-    } else if (words.size() == 2 && (words[0] == "type" || words[0] == "signature" || words[0] == "origin")) {
-        g_candidates = MemberCandidates(words[1], prefix);
-    } else if (words.size() == 1 && words[0] == "set") {
-        for (const char* what : {"relative", "import", "inherited"}) {
-            if (std::string(what).rfind(prefix, 0) == 0) g_candidates.emplace_back(what);
-        }
-    } else if (words.size() == 2 && words[0] == "set" && words[1] == "relative") {
-        g_candidates = ClassCandidates(prefix);
     }
     if (g_candidates.empty()) return nullptr;
     return rl_completion_matches(text, NextCandidate);
@@ -147,7 +174,8 @@ int RunRepl(ServiceSession& session, const CommandLine& line, std::ostream& out,
             continue;
         }
         if (words[0] == "help" || words[0] == "?") {
-            out << (words.size() > 1 && IsCommand(words[1]) ? CommandHelp(words[1]) : std::string(kReplHelp));
+            std::string help = words.size() > 1 ? CommandHelp(words[1]) : std::string();
+            out << (help.empty() ? PromptHelp() : help);
             continue;
         }
         CommandLine parsed;
@@ -168,8 +196,13 @@ int RunRepl(ServiceSession& session, const CommandLine& line, std::ostream& out,
             worstStatus = std::max(worstStatus, 2);
             continue;
         }
-        if (parsed.command == "repl" || parsed.command == "demo" || parsed.command == "register" ||
-            parsed.command == "unregister" || parsed.command == "registry" || parsed.command == "help") {
+        const ToolCommand* command = FindToolCommand(parsed.command);
+        if (command == nullptr) {  // options alone
+            err << "vantle-assist: \"\" is not a query\n";
+            worstStatus = std::max(worstStatus, 2);
+            continue;
+        }
+        if (!command->IsQuery()) {
             err << parsed.command << " is not available inside the prompt\n";
             worstStatus = std::max(worstStatus, 2);
             continue;
@@ -177,7 +210,7 @@ int RunRepl(ServiceSession& session, const CommandLine& line, std::ostream& out,
         QueryStyle lineStyle = style;
         lineStyle.json = parsed.json || line.json;
         queries.SetStyle(lineStyle);
-        worstStatus = std::max(worstStatus, RunQuery(queries, parsed, err));
+        worstStatus = std::max(worstStatus, std::get<QueryHandler>(command->handler)(queries, parsed, err));
     }
     if (interactive) {
         out << "\n";

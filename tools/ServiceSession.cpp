@@ -1,5 +1,5 @@
 // Creating the service and its tree as an editor does.
-#include "tools/ServiceSession.h"
+#include "ServiceSession.h"
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -7,35 +7,16 @@
 #include <climits>
 #include <cstdlib>
 
-#include "tools/HresultText.h"
-#include "tools/ToolText.h"
-
-#ifndef VANTLE_SOURCE_DICTIONARY
-#define VANTLE_SOURCE_DICTIONARY ""
-#endif
+#include "HresultText.h"
+#include "ToolText.h"
+#include "vantle/server.h"
 
 namespace vantle::tool {
-
-const COM_GUID kClsidVantleAssist = {0x4356564A, 0xA9AA, 0x4664, {0xB7, 0x43, 0x2A, 0xFF, 0x4C, 0x55, 0x12, 0x51}};
-const COM_GUID kIidVantleAssist = {0xA35EECE7, 0x0D38, 0x4618, {0xA9, 0x25, 0xF6, 0x5A, 0x50, 0x31, 0x83, 0x39}};
-const COM_GUID kIidVantleAssistEx = {0xB772D24A, 0x1FB8, 0x4565, {0x8A, 0x42, 0xCE, 0x0C, 0x78, 0x20, 0xBD, 0xFB}};
-const COM_GUID kIidVantleAssist2 = {0xCEA01D2D, 0x903B, 0x4E1C, {0xBE, 0x53, 0x4F, 0x9E, 0x37, 0x96, 0x4E, 0xD1}};
-const COM_GUID kIidVantleAssist3 = {0x2A2F7FE1, 0x404F, 0x43DD, {0x99, 0x29, 0xD9, 0xC8, 0xE5, 0x5C, 0x8B, 0x70}};
-
 namespace {
-
-constexpr SYMBOL_KIND kSystemSymbol = SYMBOL_SYSTEM;
 
 bool FileExists(const std::string& path) { return !path.empty() && access(path.c_str(), R_OK) == 0; }
 
-template <typename T>
-void ReleaseInto(T*& pointer) {
-    if (pointer != nullptr) pointer->Release();
-    pointer = nullptr;
-}
-
-}  // namespace
-
+// <directory of the running executable>, without a trailing '/'.
 std::string ExecutableDirectory() {
     char buffer[PATH_MAX];
     ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
@@ -44,6 +25,8 @@ std::string ExecutableDirectory() {
     std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
+
+}  // namespace
 
 std::string DefaultModulePath() { return ExecutableDirectory() + "/../lib/libvantleassist.so"; }
 
@@ -59,98 +42,80 @@ std::string DefaultDictionaryPath() {
     return exe + "/../../dictionaries/shop.json";  // named in the error that follows
 }
 
-ServiceSession::~ServiceSession() { Close(); }
-
-void ServiceSession::Close() {
-    // The service holds the tree: release it first, the tree after.
-    ReleaseInto(assist3_);
-    ReleaseInto(assist2_);
-    ReleaseInto(assistEx_);
-    ReleaseInto(assist_);
-    ReleaseInto(tree_);
-}
-
 bool ServiceSession::CreateService(const SessionSettings& settings, std::string* error) {
-    void* out = nullptr;
     HRESULT registered = E_FAIL;
     if (settings.modulePath.empty()) {
-        registered = COM_CreateInstance(kClsidVantleAssist, nullptr, kIidVantleAssist, &out);
-        if (SUCCEEDED(registered) && out != nullptr) {
-            assist_ = static_cast<COM_IVantleAssist*>(out);
+        registered = COM_CreateInstance(kClsidVantleAssist, nullptr, kIidVantleAssist, assist_.out_void());
+        if (SUCCEEDED(registered) && assist_) {
             origin_ = "registered class";
             return true;
         }
     }
     // Not registered (or a module was named): load the library ourselves.
     const std::string path = settings.modulePath.empty() ? DefaultModulePath() : settings.modulePath;
-    module_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module_ == nullptr) {
+    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) {
         const char* why = dlerror();
         *error = "cannot load the assistance component " + path + ": " + (why ? why : "unknown reason");
         if (settings.modulePath.empty())
-            *error += "\n(creating it as a registered class failed too: " + HresultText(registered, nullptr) + ")";
+            *error += "\n(creating it as a registered class failed too: " + HresultText(registered) + ")";
         return false;
     }
-    using GetClassObjectFunction = HRESULT (*)(const COM_GUID&, const COM_GUID&, void**);
-    auto getClassObject = reinterpret_cast<GetClassObjectFunction>(dlsym(module_, "GetClassObject"));
+    auto getClassObject = reinterpret_cast<vantle::GetClassObjectFunction>(dlsym(module, "GetClassObject"));
     if (getClassObject == nullptr) {
         *error = path + " is not an in-process server: it has no GetClassObject";
         return false;
     }
-    COM_IClassFactory* factory = nullptr;
-    HRESULT hr = getClassObject(kClsidVantleAssist, COM_IID_IClassFactory, reinterpret_cast<void**>(&factory));
-    if (FAILED(hr) || factory == nullptr) {
-        *error = path + " does not provide the assistance service: " + HresultText(hr, module_);
+    kesto::Ref<COM_IClassFactory> factory;
+    HRESULT hr = getClassObject(kClsidVantleAssist, COM_IID_IClassFactory, factory.out_void());
+    if (FAILED(hr) || !factory) {
+        *error = path + " does not provide the assistance service: " + HresultText(hr);
         return false;
     }
-    hr = factory->CreateInstance(kIidVantleAssist, &out);
-    factory->Release();
-    if (FAILED(hr) || out == nullptr) {
-        *error = "the assistance service cannot be created: " + HresultText(hr, module_);
+    hr = factory->CreateInstance(kIidVantleAssist, assist_.out_void());
+    if (FAILED(hr) || !assist_) {
+        *error = "the assistance service cannot be created: " + HresultText(hr);
         return false;
     }
-    assist_ = static_cast<COM_IVantleAssist*>(out);
     origin_ = path;
     return true;
 }
 
 bool ServiceSession::LoadTree(const std::string& dictionaryPath, std::string* error) {
-    HRESULT hr = COM_CreateInstance(COM_CLSID_TNodeManager, nullptr, COM_IID_ITNodeManager,
-                                    reinterpret_cast<void**>(&tree_));
-    if (FAILED(hr) || tree_ == nullptr) {
-        *error = "the runtime cannot create the class-definition tree: " + HresultText(hr, module_);
+    HRESULT hr = COM_CreateInstance(COM_CLSID_TNodeManager, nullptr, COM_IID_ITNodeManager, tree_.out_void());
+    if (FAILED(hr) || !tree_) {
+        *error = "the runtime cannot create the class-definition tree: " + HresultText(hr);
         return false;
     }
     std::u16string path16 = ToUtf16(dictionaryPath);
-    Bstr message;
-    hr = tree_->LoadDictionary(Wide(path16), message.Out());
+    kesto::String message;
+    hr = tree_->LoadDictionary(kesto::wide(path16), message.out());
     if (FAILED(hr)) {
-        *error = message.IsNull() ? dictionaryPath + ": " + HresultText(hr, module_) : message.Utf8();
+        *error = message.is_null() ? dictionaryPath + ": " + HresultText(hr) : Utf8(message);
         return false;
     }
     return true;
 }
 
 bool ServiceSession::Open(const SessionSettings& settings, std::string* error) {
-    Close();
     if (!CreateService(settings, error)) return false;
     const struct {
         const COM_GUID& iid;
         void** slot;
-    } secondary[] = {{kIidVantleAssistEx, reinterpret_cast<void**>(&assistEx_)},
-                     {kIidVantleAssist2, reinterpret_cast<void**>(&assist2_)},
-                     {kIidVantleAssist3, reinterpret_cast<void**>(&assist3_)}};
+    } secondary[] = {{kIidVantleAssistEx, assistEx_.out_void()},
+                     {kIidVantleAssist2, assist2_.out_void()},
+                     {kIidVantleAssist3, assist3_.out_void()}};
     for (const auto& entry : secondary) {
         HRESULT hr = assist_->QueryInterface(entry.iid, entry.slot);
         if (FAILED(hr)) {
-            *error = "the assistance service lacks one of its interfaces: " + HresultText(hr, module_);
+            *error = "the assistance service lacks one of its interfaces: " + HresultText(hr);
             return false;
         }
     }
     if (!LoadTree(settings.dictionaryPath, error)) return false;
-    HRESULT hr = assist_->Initialize(tree_);
+    HRESULT hr = assist_->Initialize(tree_.get());
     if (FAILED(hr)) {
-        *error = "the service does not accept the class-definition tree: " + HresultText(hr, module_);
+        *error = "the service does not accept the class-definition tree: " + HresultText(hr);
         return false;
     }
     const struct {
@@ -165,31 +130,28 @@ bool ServiceSession::Open(const SessionSettings& settings, std::string* error) {
         if (!option.wanted) continue;
         hr = (this->*option.apply)(option.value);
         if (FAILED(hr)) {
-            *error = std::string("cannot set the ") + option.what + ": " + HresultText(hr, module_);
+            *error = std::string("cannot set the ") + option.what + ": " + HresultText(hr);
             return false;
         }
     }
     if (!settings.includeInherited && FAILED(hr = SetIncludeInherited(false))) {
-        *error = "cannot switch inherited members off: " + HresultText(hr, module_);
+        *error = "cannot switch inherited members off: " + HresultText(hr);
         return false;
     }
     return true;
 }
 
 HRESULT ServiceSession::SetRelativeClass(const std::string& name) {
-    std::u16string name16 = ToUtf16(name);
-    return assistEx_->SetRelativeClassName(Wide(name16));
+    return assistEx_->SetRelativeClassName(kesto::wide(ToUtf16(name)));
 }
 
 HRESULT ServiceSession::SetImportList(const std::string& list) {
-    std::u16string list16 = ToUtf16(list);
-    return assist_->SetImportPackageList(Wide(list16));
+    return assist_->SetImportPackageList(kesto::wide(ToUtf16(list)));
 }
 
 HRESULT ServiceSession::SetIncludeInherited(bool include) {
-    std::u16string name = u"INCLUDEINHERITED";
-    std::u16string value = include ? u"TRUE" : u"FALSE";
-    return assist_->SetSymbol(Wide(name), kSystemSymbol, Wide(value));
+    return assist_->SetSymbol(kesto::wide(u"INCLUDEINHERITED"), SYMBOL_SYSTEM,
+                              kesto::wide(include ? u"TRUE" : u"FALSE"));
 }
 
 }  // namespace vantle::tool

@@ -1,10 +1,10 @@
-// The host tool's command line: commands, their arguments and options, and the
-// help text of each.
+// The host tool's command line: a command, its arguments and the options.
 //
 // Options may stand before or after the command, as "--name value" or
 // "--name=value"; "--" ends the options. ParseCommandLine checks the command and
-// the number of its arguments, and that an option belongs to the command; it never
-// exits or prints: a problem comes back as false with a message.
+// the number of its arguments against the command table, and that an option
+// belongs to the command; it never exits or prints: a problem comes back as false
+// with a message. With --help only the command's name is checked.
 #ifndef VANTLE_TOOLS_TOOLCOMMANDLINE_H_
 #define VANTLE_TOOLS_TOOLCOMMANDLINE_H_
 
@@ -33,13 +33,6 @@ bool ParseCommandLine(const std::vector<std::string>& words, CommandLine* line, 
 // Whole numbers for arguments: decimal, or hexadecimal with 0x. False when the text
 // is not one or does not fit.
 bool ParseUnsigned(const std::string& text, unsigned long maximum, unsigned long* value);
-
-// The help of one command; empty for an unknown command.
-std::string CommandHelp(const std::string& command);
-std::string GeneralHelp();
-bool IsCommand(const std::string& command);
-// The query commands (for completion and the interactive prompt).
-const std::vector<std::string>& CommandNames();
 
 }  // namespace vantle::tool
 

@@ -1,10 +1,14 @@
 // One-line JSON objects with exact strings.
-#include "tools/ToolJson.h"
+#include "ToolJson.h"
 
 #include <cstdio>
 
-namespace vantle::tool {
+#include "ToolText.h"
 
+namespace vantle::tool {
+namespace {
+
+// `text` as a JSON string literal, quotes included.
 std::string JsonQuote(std::u16string_view text) {
     std::string out = "\"";
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -34,6 +38,8 @@ std::string JsonQuote(std::u16string_view text) {
     return out + "\"";
 }
 
+}  // namespace
+
 void JsonObject::Key(std::string_view key) {
     if (!body_.empty()) body_ += ", ";
     body_ += "\"";
@@ -47,9 +53,9 @@ JsonObject& JsonObject::Number(std::string_view key, long value) {
     return *this;
 }
 
-JsonObject& JsonObject::String(std::string_view key, const Bstr& value) {
+JsonObject& JsonObject::String(std::string_view key, const kesto::String& value) {
     Key(key);
-    body_ += value.IsNull() ? std::string("null") : JsonQuote(value.View());
+    body_ += value.is_null() ? std::string("null") : JsonQuote(value.view());
     return *this;
 }
 

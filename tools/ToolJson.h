@@ -10,14 +10,14 @@
 #include <string>
 #include <string_view>
 
-#include "tools/ToolText.h"
+#include "kesto/owned.h"
 
 namespace vantle::tool {
 
 class JsonObject {
 public:
     JsonObject& Number(std::string_view key, long value);
-    JsonObject& String(std::string_view key, const Bstr& value);
+    JsonObject& String(std::string_view key, const kesto::String& value);
     // Closes the object: "{...}".
     std::string Text() const { return "{" + body_ + "}"; }
 
@@ -25,9 +25,6 @@ private:
     void Key(std::string_view key);
     std::string body_;
 };
-
-// `text` as a JSON string literal, quotes included.
-std::string JsonQuote(std::u16string_view text);
 
 }  // namespace vantle::tool
 

@@ -1,5 +1,5 @@
 // Text helpers of the tool.
-#include "tools/ToolText.h"
+#include "ToolText.h"
 
 #include <sstream>
 

@@ -13,6 +13,7 @@
 
 #include "kesto/com.h"
 #include "sysComLib.h"
+#include "vantle/server.h"
 
 // A resolver field of -1 marks an interface at a fixed byte displacement.
 #define COM_INTERFACE_OFFSET_ENTRY (reinterpret_cast<COM_InterfaceResolver>(-1L))
@@ -23,26 +24,6 @@
 // interface table built with it is still static data.
 #define COM_INTERFACE_OFFSET(T, I) \
     (reinterpret_cast<unsigned long long>(static_cast<I*>(reinterpret_cast<T*>(8))) - 8)
-
-typedef HRESULT (*COM_InterfaceResolver)(void* object, unsigned long long data, const COM_GUID& iid,
-                                         void** out);
-
-// One row of an interface table. A row whose resolver is 0 ends the table; a NULL
-// identifier matches every identifier. The first row must be an offset row: its
-// displacement is also the identity used for COM_IID_IUnknown.
-struct COM_INTERFACE_ENTRY {
-    const COM_GUID* iid;
-    COM_InterfaceResolver resolver;
-    unsigned long long data;
-};
-
-// One row of the object map; the row whose clsid is NULL ends the map.
-struct COM_OBJECT_MAP_ENTRY {
-    const COM_GUID* clsid;
-    COM_IClassFactory* factory;
-    HRESULT (*updateRegistry)(int doRegister);  // may be NULL
-    const void* (*getCategoryMap)();             // always called
-};
 
 class VANTLE_EXPORT COM_CComModule {
 public:
@@ -134,21 +115,5 @@ public:
         return hr;
     }
 };
-
-extern "C" {
-
-VANTLE_EXPORT HRESULT GetClassObject(const COM_GUID& clsid, const COM_GUID& iid, void** out);
-VANTLE_EXPORT HRESULT CanUnloadNow();
-VANTLE_EXPORT HRESULT DllRegisterServer();
-VANTLE_EXPORT HRESULT DllUnregisterServer();
-// Resolves iid from a table: S_OK, E_NOINTERFACE, or the failure code of the last
-// resolver function called when none succeeded.
-VANTLE_EXPORT HRESULT InterfaceTableQueryInterface(void* object, const COM_INTERFACE_ENTRY* table,
-                                                   const COM_GUID& iid, void** out);
-VANTLE_EXPORT const COM_OBJECT_MAP_ENTRY* GetObjectMap();
-// Kept for the runtime's calling convention; the handler is neither stored nor called.
-VANTLE_EXPORT void COM_RegisterExitHandler(void (*handler)(), int);
-
-}  // extern "C"
 
 #endif  // VANTLE_SYS_SYSCOM_H_

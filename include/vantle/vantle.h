@@ -6,7 +6,8 @@
 // handles for hosts (kesto/owned.h). The component (libvantleassist.so): the
 // service's interfaces, identifiers and flags (vantle/assist.h), its exported
 // keyword codes and texts (vantle/constants.h) and the text of any status code
-// (vantle/messages.h). Each header states its own promises on ownership and threads.
+// (vantle/messages.h), and its entry points as an in-process server
+// (vantle/server.h). Each header states its own promises on ownership and threads.
 #ifndef VANTLE_VANTLE_H_
 #define VANTLE_VANTLE_H_
 
@@ -18,5 +19,6 @@
 #include "vantle/assist.h"
 #include "vantle/constants.h"
 #include "vantle/messages.h"
+#include "vantle/server.h"
 
 #endif  // VANTLE_VANTLE_H_

@@ -1,6 +1,7 @@
 // The runtime's built-in classes, created by COM_CreateInstance without the
 // registry. Each class registers itself from its own source file with a static
-// BuiltinClassRegistrar.
+// BuiltinClassRegistrar; the list is complete once static initialisation is over
+// and only read after that, so lookups take no lock.
 #ifndef KESTO_RUNTIME_BUILTIN_CLASSES_H_
 #define KESTO_RUNTIME_BUILTIN_CLASSES_H_
 

@@ -20,7 +20,7 @@ using KeyId = RegistryStore::KeyId;
 constexpr const char* kCategoriesKey = "Component Categories";
 constexpr const char* kImplementedKey = "Implemented Categories";
 
-class CategoryManager final : public RefCounted<COM_ICatRegister, COM_IID_ICatRegister> {
+class CategoryManager final : public RefCounted<Exposes<COM_ICatRegister, COM_IID_ICatRegister>> {
 public:
     explicit CategoryManager(std::unique_ptr<RegistryStore> store) : m_store(std::move(store)) {}
 

@@ -10,6 +10,7 @@
 #ifndef KESTO_RUNTIME_DICTIONARY_LOADER_H_
 #define KESTO_RUNTIME_DICTIONARY_LOADER_H_
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,8 +20,8 @@
 
 namespace kesto {
 
-// The one format tag this reader understands.
-inline constexpr std::string_view kDictionaryFormat = "vantle-class-dictionary/1";
+// A text larger than this is refused with E_OUTOFMEMORY before it is parsed.
+inline constexpr std::size_t kLargestDictionaryBytes = std::size_t{1} << 30;
 
 struct DictionaryLoadResult {
     HRESULT status = S_OK;

@@ -9,12 +9,6 @@ namespace kesto {
 
 void Dictionary::ReserveText(std::size_t units) { pool_.reserve(units); }
 
-TextRef Dictionary::AddText(std::u16string_view text) {
-    TextRef ref{static_cast<std::uint32_t>(pool_.size()), static_cast<std::uint32_t>(text.size())};
-    pool_.append(text);
-    return ref;
-}
-
 TextRef Dictionary::AddUtf8(std::string_view utf8) {
     TextRef ref{static_cast<std::uint32_t>(pool_.size()), 0};
     AppendUtf8AsUtf16(pool_, utf8);

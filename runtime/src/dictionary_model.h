@@ -81,7 +81,6 @@ public:
     std::u16string_view Text(TextRef ref) const {
         return std::u16string_view(pool_.data() + ref.offset, ref.length);
     }
-    TextRef AddText(std::u16string_view text);
     // Room for this many units of text, to spare the pool's regrowth while loading.
     void ReserveText(std::size_t units);
     // Appends UTF-8 as 16-bit units.

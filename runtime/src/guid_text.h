@@ -1,6 +1,6 @@
 // The text form of an identifier inside the runtime: "{XXXXXXXX-XXXX-XXXX-XXXX-
 // XXXXXXXXXXXX}" in upper case, exactly what COM_CLSIDToString hands out and what
-// the registry's class and category keys are named. Formatting never allocates.
+// the registry's class and category keys are named. FormatGuid never allocates.
 #ifndef KESTO_RUNTIME_GUID_TEXT_H_
 #define KESTO_RUNTIME_GUID_TEXT_H_
 

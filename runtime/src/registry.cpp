@@ -17,7 +17,7 @@ namespace {
 
 using KeyId = RegistryStore::KeyId;
 
-class Registry final : public RefCounted<COM_IRegistry, COM_IID_IRegistry> {
+class Registry final : public RefCounted<Exposes<COM_IRegistry, COM_IID_IRegistry>> {
 public:
     explicit Registry(std::unique_ptr<RegistryStore> store) : m_store(std::move(store)) {}
     // Releasing before Close rolls the chain back (the store does it as it goes).

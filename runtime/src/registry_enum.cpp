@@ -7,7 +7,7 @@
 namespace kesto {
 namespace {
 
-class NameEnumerator final : public RefCounted<COM_IRegistryEnum, COM_IID_IRegistryEnum> {
+class NameEnumerator final : public RefCounted<Exposes<COM_IRegistryEnum, COM_IID_IRegistryEnum>> {
 public:
     explicit NameEnumerator(std::vector<std::string> names) : m_names(std::move(names)) {}
 

@@ -9,6 +9,7 @@
 #include "registry_store.h"
 
 namespace kesto {
+
 HRESULT LookupInprocServer(const COM_GUID& clsid, std::string* module) {
     module->clear();
     const std::string classKey = GuidText(clsid);

@@ -4,28 +4,6 @@
 
 namespace kesto {
 
-BSTR AllocBstr(std::u16string_view text) {
-    return COM_SysAllocStringLen(reinterpret_cast<const unsigned short*>(text.data()),
-                                 static_cast<unsigned int>(text.size()));
-}
-
-HRESULT TNodeCollection::QueryInterface(const COM_GUID& iid, void** out) {
-    if (out == nullptr) return E_POINTER;
-    if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_IStringCollection)) {
-        *out = static_cast<COM_IStringCollection*>(this);
-        AddRef();
-        return S_OK;
-    }
-    *out = nullptr;
-    return E_NOINTERFACE;
-}
-
-unsigned long TNodeCollection::Release() {
-    unsigned long left = --references_;
-    if (left == 0) delete this;
-    return left;
-}
-
 HRESULT TNodeCollection::Next(BSTR* name, BSTR* values) {
     if (name == nullptr || values == nullptr) return E_POINTER;
     *name = nullptr;

@@ -2,6 +2,7 @@
 #include <new>
 
 #include "dictionary_text.h"
+#include "tnode_keywords.h"
 #include "tnode_objects.h"
 
 namespace kesto {
@@ -41,23 +42,6 @@ HRESULT HandOut(std::u16string_view text, BSTR* out) {
 }
 
 }  // namespace
-
-HRESULT TNodeElement::QueryInterface(const COM_GUID& iid, void** out) {
-    if (out == nullptr) return E_POINTER;
-    if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_ITNodeElement)) {
-        *out = static_cast<COM_ITNodeElement*>(this);
-        AddRef();
-        return S_OK;
-    }
-    *out = nullptr;
-    return E_NOINTERFACE;
-}
-
-unsigned long TNodeElement::Release() {
-    unsigned long left = --references_;
-    if (left == 0) delete this;
-    return left;
-}
 
 HRESULT TNodeElement::GetName(BSTR* out) {
     if (out == nullptr) return E_POINTER;
@@ -102,10 +86,8 @@ HRESULT TNodeElement::OpenChildren(CBSTR childKind, CBSTR keywordQuery, int incl
             answers = PackAnswers(*dictionary_, *dictionary_->Members(dictionary_, class_, kind, inherited), query);
             dictionary_->KeepAnswers(std::move(key), answers);
         }
-        auto* collection = new TNodeCollection(std::move(answers));
-        collection->AddRef();
-        *out = collection;
-        return S_OK;
+        *out = NewObject<TNodeCollection>(std::move(answers));
+        return *out == nullptr ? E_OUTOFMEMORY : S_OK;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }

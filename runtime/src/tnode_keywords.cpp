@@ -13,6 +13,20 @@ constexpr std::u16string_view kTrue = u"1";
 
 std::u16string_view Flag(bool value) { return value ? kTrue : kFalse; }
 
+// Appends one piece holding `text`.
+void AppendPiece(std::u16string& out, std::u16string_view text) {
+    char16_t digits[12];
+    int count = 0;
+    std::size_t length = text.size();
+    do {
+        digits[count++] = static_cast<char16_t>(u'0' + length % 10);
+        length /= 10;
+    } while (length > 0);
+    while (count > 0) out.push_back(digits[--count]);
+    out.push_back(u':');
+    out.append(text);
+}
+
 }  // namespace
 
 Keyword LookupKeyword(std::u16string_view subscript, NodeKind kind) {
@@ -140,19 +154,6 @@ std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_
             break;
     }
     return {};
-}
-
-void AppendPiece(std::u16string& out, std::u16string_view text) {
-    char16_t digits[12];
-    int count = 0;
-    std::size_t length = text.size();
-    do {
-        digits[count++] = static_cast<char16_t>(u'0' + length % 10);
-        length /= 10;
-    } while (length > 0);
-    while (count > 0) out.push_back(digits[--count]);
-    out.push_back(u':');
-    out.append(text);
 }
 
 std::shared_ptr<const PackedAnswers> PackAnswers(const Dictionary& dictionary, const MemberList& members,

@@ -48,9 +48,6 @@ std::u16string_view MemberKeywordValue(const Dictionary& dictionary, const Membe
 // The text of a keyword of a class node.
 std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_t cls, Keyword keyword);
 
-// Appends one piece holding `text`.
-void AppendPiece(std::u16string& out, std::u16string_view text);
-
 // The names and answers to `query` (one piece per keyword, in query order) of
 // `members`, in their order.
 std::shared_ptr<const PackedAnswers> PackAnswers(const Dictionary& dictionary, const MemberList& members,

@@ -5,6 +5,7 @@
 
 #include "builtin_classes.h"
 #include "dictionary_loader.h"
+#include "dictionary_names.h"
 #include "dictionary_text.h"
 #include "tnode_objects.h"
 
@@ -19,63 +20,18 @@ std::shared_ptr<const Dictionary> EmptyDictionary() {
     return empty;
 }
 
-// A name that normalisation can work with: no blanks, control characters or
-// commas, no empty part between dots, "%" only in front and not alone.
-bool IsUsableClassName(std::u16string_view name) {
-    if (name.empty() || name == u"%") return false;
-    for (char16_t c : name) {
-        if (c <= 0x20 || c == 0x7F || c == u',') return false;
-    }
-    if (name.front() == u'.' || name.back() == u'.' || name.find(u"..") != std::u16string_view::npos) return false;
-    return name.find(u'%', 1) == std::u16string_view::npos;
-}
-
 // A message that cannot be allocated is left out; the status still tells.
 void HandOutMessage(const std::string& message, BSTR* out) {
     if (out != nullptr) *out = AllocBstr(Utf8ToUtf16(message));
 }
 
-HRESULT CreateTNodeManager(const COM_GUID& iid, void** out) {
-    if (out == nullptr) return E_POINTER;
-    *out = nullptr;
-    TNodeManager* manager = nullptr;
-    try {
-        manager = new TNodeManager();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-    manager->AddRef();
-    HRESULT hr = manager->QueryInterface(iid, out);
-    manager->Release();
-    return hr;
-}
+HRESULT CreateTNodeManager(const COM_GUID& iid, void** out) { return NewObjectFor<TNodeManager>(iid, out); }
 
 const BuiltinClassRegistrar g_tnodeManagerClass(COM_CLSID_TNodeManager, &CreateTNodeManager);
 
 }  // namespace
 
 TNodeManager::TNodeManager() : dictionary_(EmptyDictionary()) {}
-
-HRESULT TNodeManager::QueryInterface(const COM_GUID& iid, void** out) {
-    if (out == nullptr) return E_POINTER;
-    *out = nullptr;
-    if (COM_IsEqualGUID(iid, COM_IID_IUnknown) || COM_IsEqualGUID(iid, COM_IID_ITNodeManager)) {
-        *out = static_cast<COM_ITNodeManager*>(this);
-    } else if (COM_IsEqualGUID(iid, COM_IID_IClassCache)) {
-        *out = static_cast<COM_IClassCache*>(this);
-    } else {
-        // The schema, extrinsic and macro caches have no meaning here.
-        return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-}
-
-unsigned long TNodeManager::Release() {
-    unsigned long left = --references_;
-    if (left == 0) delete this;
-    return left;
-}
 
 HRESULT TNodeManager::LoadDictionary(CBSTR path, BSTR* message) {
     if (message != nullptr) *message = nullptr;
@@ -138,11 +94,8 @@ HRESULT TNodeManager::GetClassNode(CBSTR className, COM_ITNodeElement** out) {
     if (name.empty()) return TNODE_E_INVALIDCLASSNAME;
     std::uint32_t cls = dictionary_->FindClass(name);
     if (cls == Dictionary::kNoClass) return TNODE_E_CLASSNOTEXIST;
-    auto* element = new (std::nothrow) TNodeElement(dictionary_, cls);
-    if (element == nullptr) return E_OUTOFMEMORY;
-    element->AddRef();
-    *out = element;
-    return S_OK;
+    *out = NewObject<TNodeElement>(dictionary_, cls);
+    return *out == nullptr ? E_OUTOFMEMORY : S_OK;
 }
 
 HRESULT TNodeManager::GetDictionaryPath(BSTR* out) {
@@ -156,35 +109,23 @@ bool TNodeManager::Exists(std::u16string_view name) const { return dictionary_->
 HRESULT TNodeManager::NormalizeName(CBSTR name, CBSTR relativeTo, BSTR* out) {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
-    std::u16string_view short16 = ViewOf(name);
-    if (!IsUsableClassName(short16)) return TNODE_E_INVALIDCLASSNAME;
+    const std::u16string_view written = ViewOf(name);
+    if (CheckClassName(written, ClassNameForm::kWritten) != ClassNameFault::kNone) return TNODE_E_INVALIDCLASSNAME;
     try {
-        std::u16string full;
-        if (short16.find(u'.') != std::u16string_view::npos) {
-            full = short16;
-        } else if (short16.front() == u'%') {
-            full = u"%Library.";
-            full += short16.substr(1);
-        } else {
-            std::u16string_view relative = ViewOf(relativeTo);
-            std::size_t dot = relative.rfind(u'.');
-            std::u16string inPackage;
-            if (dot != std::u16string_view::npos) {
-                inPackage.assign(relative.substr(0, dot + 1));
-                inPackage += short16;
-            }
-            if (!inPackage.empty() && Exists(inPackage)) {
-                full = std::move(inPackage);
-            } else {
-                for (const std::u16string& package : imports_) {
-                    std::u16string candidate = package + u'.';
-                    candidate += short16;
-                    if (Exists(candidate)) {
-                        full = std::move(candidate);
-                        break;
-                    }
+        const std::u16string_view context = ViewOf(relativeTo);
+        std::u16string full = FullClassName(written, context);
+        // A short name means the class in relativeTo's package when that class exists,
+        // else the class in the first import package that has one, else the name as
+        // completed. Without a package of relativeTo there is no first choice: a class
+        // of the bare name does not win over an imported one.
+        if (IsShortClassName(written) && (PackageOf(context).empty() || !Exists(full))) {
+            for (const std::u16string& package : imports_) {
+                std::u16string candidate = package + u'.';
+                candidate += written;
+                if (Exists(candidate)) {
+                    full = std::move(candidate);
+                    break;
                 }
-                if (full.empty()) full = inPackage.empty() ? std::u16string(short16) : std::move(inPackage);
             }
         }
         *out = AllocBstr(full);

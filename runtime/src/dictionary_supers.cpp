@@ -1,0 +1,91 @@
+// Super class resolution and the cycle check.
+#include "dictionary_supers.h"
+
+#include "dictionary_messages.h"
+#include "dictionary_names.h"
+#include "dictionary_text.h"
+#include "kesto/tnode.h"
+
+namespace kesto {
+namespace {
+
+// Depth first over the super classes of every class; an edge back to a class still
+// on the stack closes a cycle. Iterative, so that a long chain cannot overflow the
+// stack. `resolved` holds the class each reference resolved to, to find where the
+// closing edge was written.
+bool FindCycle(const Dictionary& dictionary, const std::vector<SuperReference>& references,
+               const std::vector<std::uint32_t>& resolved, SuperProblem* problem) {
+    const std::uint32_t count = dictionary.ClassCount();
+    enum : std::uint8_t { kWhite, kGray, kBlack };
+    std::vector<std::uint8_t> color(count, kWhite);
+    struct Frame {
+        std::uint32_t cls;
+        std::size_t next;
+    };
+    std::vector<Frame> stack;
+    for (std::uint32_t start = 0; start < count; ++start) {
+        if (color[start] != kWhite) continue;
+        stack.push_back({start, 0});
+        color[start] = kGray;
+        while (!stack.empty()) {
+            Frame& top = stack.back();
+            const auto& supers = dictionary.Class(top.cls).supers;
+            if (top.next == supers.size()) {
+                color[top.cls] = kBlack;
+                stack.pop_back();
+                continue;
+            }
+            std::uint32_t super = supers[top.next++];
+            if (color[super] == kWhite) {
+                color[super] = kGray;
+                stack.push_back({super, 0});
+                continue;
+            }
+            if (color[super] != kGray) continue;
+            // The classes on the stack from `super` up to the top form the cycle.
+            std::string path;
+            bool inCycle = false;
+            for (const Frame& frame : stack) {
+                inCycle = inCycle || frame.cls == super;
+                if (inCycle) path += Utf16ToUtf8(dictionary.ClassName(frame.cls)) + " -> ";
+            }
+            path += Utf16ToUtf8(dictionary.ClassName(super));
+            problem->status = PARSE_E_COMPILE;
+            problem->owner = top.cls;
+            problem->offset = 0;
+            for (std::size_t i = 0; i < references.size(); ++i) {
+                if (references[i].owner == top.cls && resolved[i] == super) {
+                    problem->offset = references[i].offset;
+                    break;
+                }
+            }
+            problem->what = messages::SuperCycle(path);
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+bool LinkSuperClasses(Dictionary& dictionary, const std::vector<SuperReference>& references, SuperProblem* problem) {
+    auto& classes = dictionary.MutableClasses();
+    std::vector<std::uint32_t> resolved;
+    resolved.reserve(references.size());
+    for (const SuperReference& reference : references) {
+        const std::u16string_view name = dictionary.Text(reference.name);
+        const std::uint32_t super = dictionary.FindClass(FullClassName(name, dictionary.ClassName(reference.owner)));
+        if (super == Dictionary::kNoClass) {
+            problem->status = TNODE_E_CLASSNOTEXIST;
+            problem->offset = reference.offset;
+            problem->owner = reference.owner;
+            problem->what = messages::MissingSuper(Utf16ToUtf8(name));
+            return false;
+        }
+        classes[reference.owner].supers.push_back(super);
+        resolved.push_back(super);
+    }
+    return FindCycle(dictionary, references, resolved, problem);
+}
+
+}  // namespace kesto

@@ -4,24 +4,13 @@
 #include <utility>
 
 #include "SymbolTable.h"
+
+#include "SymbolBoundary.h"
 #include "utlLiteral.h"
 
 namespace {
 
 constexpr const unsigned short* kListSeparator = utlLiteral<",">;
-
-// Every HRESULT operation of a scope ends here: a thrown int is the result, any
-// other exception (the standard library running out of memory) is E_FAIL.
-template <typename Operation>
-HRESULT AtBoundary(Operation&& operation) {
-    try {
-        return operation();
-    } catch (int hr) {
-        return hr;
-    } catch (...) {
-        return E_FAIL;
-    }
-}
 
 // The map is keyed by owned copies, so every search starts by making one.
 utlAutoBSTR OwnedName(const unsigned short* name) {
@@ -52,7 +41,7 @@ CSymbolTable::~CSymbolTable() {
 }
 
 HRESULT CSymbolTable::SetSymbol(const unsigned short* name, SYMBOL_KIND kind, const unsigned short* value) {
-    return AtBoundary([&]() -> HRESULT {
+    return sysAtBoundary([&]() -> HRESULT {
         CheckArguments(name, kind);
         utlAutoBSTR key = OwnedName(name);
         auto found = m_symbols.find(key);
@@ -73,7 +62,7 @@ HRESULT CSymbolTable::SetSymbol(const unsigned short* name, SYMBOL_KIND kind, co
 
 HRESULT CSymbolTable::LookupSymbol(const unsigned short* name, SYMBOL_KIND kind, ParserLanguage* language,
                                    BSTR* value) {
-    return AtBoundary([&]() -> HRESULT {
+    return sysAtBoundary([&]() -> HRESULT {
         CheckArguments(name, kind);
         if (value == nullptr) throw static_cast<int>(E_POINTER);
         utlAutoBSTR key = OwnedName(name);
@@ -94,7 +83,7 @@ HRESULT CSymbolTable::LookupSymbol(const unsigned short* name, SYMBOL_KIND kind,
 }
 
 HRESULT CSymbolTable::RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind) {
-    return AtBoundary([&]() -> HRESULT {
+    return sysAtBoundary([&]() -> HRESULT {
         CheckArguments(name, kind);
         utlAutoBSTR key = OwnedName(name);
         auto found = m_symbols.find(key);
@@ -108,7 +97,7 @@ HRESULT CSymbolTable::RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind)
 }
 
 HRESULT CSymbolTable::AppendSymbols(unsigned int filter, utlAutoBSTR& out) {
-    return AtBoundary([&]() -> HRESULT {
+    return sysAtBoundary([&]() -> HRESULT {
         for (const CSymbolTable* scope = this; scope != nullptr; scope = scope->m_parent) {
             for (const auto& entry : scope->m_symbols) {
                 if (!entry.second->Filter(filter)) continue;

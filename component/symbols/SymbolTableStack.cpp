@@ -1,23 +1,13 @@
 // CSymbolTableStack: the open scopes, root first, innermost last.
 #include <new>
 
+#include "SymbolBoundary.h"
 #include "SymbolTable.h"
 
 namespace {
 
 // Changes report S_OK for any success; failures arrive as their own HRESULT.
-template <typename Operation>
-HRESULT AtBoundary(Operation&& operation) {
-    try {
-        HRESULT hr = operation();
-        if (FAILED(hr)) throw static_cast<int>(hr);
-        return S_OK;
-    } catch (int hr) {
-        return hr;
-    } catch (...) {
-        return E_FAIL;
-    }
-}
+HRESULT AnySuccessAsOk(HRESULT hr) { return FAILED(hr) ? hr : S_OK; }
 
 }  // namespace
 
@@ -58,11 +48,11 @@ HRESULT CSymbolTableStack::PopSymbolTable() {
 }
 
 HRESULT CSymbolTableStack::SetSymbol(const unsigned short* name, SYMBOL_KIND kind, const unsigned short* value) {
-    return AtBoundary([&] { return Top().SetSymbol(name, kind, value); });
+    return sysAtBoundary([&] { return AnySuccessAsOk(Top().SetSymbol(name, kind, value)); });
 }
 
 HRESULT CSymbolTableStack::RemoveSymbol(const unsigned short* name, SYMBOL_KIND kind) {
-    return AtBoundary([&] { return Top().RemoveSymbol(name, kind); });
+    return sysAtBoundary([&] { return AnySuccessAsOk(Top().RemoveSymbol(name, kind)); });
 }
 
 HRESULT CSymbolTableStack::LookupSymbol(const unsigned short* name, SYMBOL_KIND kind, ParserLanguage* language,
@@ -77,7 +67,7 @@ HRESULT CSymbolTableStack::LookupSymbol(const unsigned short* name, SYMBOL_KIND 
 }
 
 HRESULT CSymbolTableStack::AppendSymbols(unsigned int filter, utlAutoBSTR& out) {
-    return AtBoundary([&] { return Top().AppendSymbols(filter, out); });
+    return sysAtBoundary([&] { return AnySuccessAsOk(Top().AppendSymbols(filter, out)); });
 }
 
 CSymbolTable& CSymbolTableStack::Top() {

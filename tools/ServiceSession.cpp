@@ -28,18 +28,19 @@ std::string ExecutableDirectory() {
 
 }  // namespace
 
-std::string DefaultModulePath() { return ExecutableDirectory() + "/../lib/libvantleassist.so"; }
+// The build tree keeps its libraries in lib/, an installation in its library
+// folder (lib/<multiarch> on Debian); both are tried, the installed one first.
+std::string DefaultModulePath() {
+    const std::string exe = ExecutableDirectory();
+    const std::string installed = exe + "/" VANTLE_BIN_TO_LIB "/libvantleassist.so";
+    if (FileExists(installed)) return installed;
+    return exe + "/../lib/libvantleassist.so";
+}
 
 std::string DefaultDictionaryPath() {
     if (const char* fromEnvironment = std::getenv("VANTLE_DICTIONARY"); fromEnvironment && *fromEnvironment)
         return fromEnvironment;
-    const std::string exe = ExecutableDirectory();
-    for (const std::string& candidate : {exe + "/../../dictionaries/shop.json",
-                                         exe + "/../share/vantle/dictionaries/shop.json",
-                                         std::string(VANTLE_SOURCE_DICTIONARY)}) {
-        if (FileExists(candidate)) return candidate;
-    }
-    return exe + "/../../dictionaries/shop.json";  // named in the error that follows
+    return ExecutableDirectory() + "/" VANTLE_BIN_TO_DATA "/vantle/dictionaries/shop.json";
 }
 
 bool ServiceSession::CreateService(const SessionSettings& settings, std::string* error) {

@@ -69,6 +69,8 @@ bool ParseCommandLine(const std::vector<std::string>& words, CommandLine* line, 
         bool ok;
         if (name == "--help" || name == "-h") {
             ok = noValue(&line->help);
+        } else if (name == "--version") {
+            ok = noValue(&line->version);
         } else if (name == "--json") {
             ok = noValue(&line->json);
         } else if (name == "--no-inherited") {

@@ -17,6 +17,7 @@ struct CommandLine {
     std::string command;  // empty when none was given
     std::vector<std::string> arguments;
     bool help = false;
+    bool version = false;
     bool json = false;
     std::string dictionary;
     std::string module;

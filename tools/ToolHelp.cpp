@@ -15,7 +15,8 @@ const char kCommonOptions[] =
     "  --relative CLASS    resolve short class names against CLASS's package\n"
     "  --import LIST       comma-separated packages to try for short class names\n"
     "  --no-inherited      leave inherited members out\n"
-    "  --help              help for the command\n";
+    "  --help              help for the command\n"
+    "  --version           the version of vantle-assist\n";
 
 }  // namespace
 

@@ -11,6 +11,7 @@
 #include "ToolCommandLine.h"
 #include "ToolCommandTable.h"
 #include "ToolHelp.h"
+#include "vantle/version.h"
 
 namespace vantle::tool {
 namespace {
@@ -22,6 +23,10 @@ int RunTool(const std::vector<std::string>& words, std::ostream& out, std::ostre
     if (!ParseCommandLine(words, &line, &error)) {
         err << "vantle-assist: " << error << "\n(see vantle-assist --help)\n";
         return 2;
+    }
+    if (line.version) {
+        out << "vantle-assist " VANTLE_VERSION_STRING "\n";
+        return 0;
     }
     if (line.command.empty()) {
         (line.help ? out : err) << GeneralHelp();

@@ -14,6 +14,7 @@
 #include "kesto/com.h"
 #include "kesto/diagnostics.h"
 #include "registry_lookup.h"
+#include "registry_path.h"
 
 namespace kesto {
 namespace {
@@ -65,14 +66,6 @@ std::map<std::string, void*>& LoadedModules() {
     return modules;
 }
 
-std::string FolderOfRuntime() {
-    Dl_info info;
-    if (dladdr(reinterpret_cast<void*>(&COM_CreateInstance), &info) == 0 || info.dli_fname == nullptr) return {};
-    std::string file = info.dli_fname;
-    std::string::size_type slash = file.find_last_of('/');
-    return slash == std::string::npos ? std::string() : file.substr(0, slash);
-}
-
 bool FileExists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 
 // The first existing file wins: a module that is found but does not load is an
@@ -93,7 +86,7 @@ void* OpenModule(const std::string& name) {
             if (FileExists(candidate)) return dlopen(candidate.c_str(), kFlags);
         }
     }
-    std::string runtimeFolder = FolderOfRuntime();
+    std::string runtimeFolder = RuntimeFolder();
     if (!runtimeFolder.empty()) {
         std::string candidate = runtimeFolder + "/" + name;
         if (FileExists(candidate)) return dlopen(candidate.c_str(), kFlags);

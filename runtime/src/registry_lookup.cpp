@@ -10,11 +10,12 @@
 
 namespace kesto {
 
-HRESULT LookupInprocServer(const COM_GUID& clsid, std::string* module) {
-    module->clear();
+namespace {
+
+HRESULT LookupIn(const std::string& registryFile, const COM_GUID& clsid, std::string* module) {
     const std::string classKey = GuidText(clsid);
     std::unique_ptr<RegistryStore> store;
-    HRESULT hr = RegistryStore::Open(RegistryFilePath(), RegistryStore::OpenMode::kExisting, &store);
+    HRESULT hr = RegistryStore::Open(registryFile, RegistryStore::OpenMode::kExisting, &store);
     if (hr != S_OK) return hr;
     hr = store->BeginRead();
     if (FAILED(hr)) return hr;
@@ -29,6 +30,20 @@ HRESULT LookupInprocServer(const COM_GUID& clsid, std::string* module) {
     if (value.kind != KESTO_REGISTRY_STRING) return REGDB_E_INVALIDVALUE;
     *module = value.text;
     return S_OK;
+}
+
+}  // namespace
+
+HRESULT LookupInprocServer(const COM_GUID& clsid, std::string* module) {
+    module->clear();
+    HRESULT hr = LookupIn(RegistryFilePath(), clsid, module);
+    if (hr != S_FALSE) return hr;
+    // What the user has not registered may come with the installation. A system
+    // registry that is missing or unreadable is no registration, not an error.
+    const std::string systemFile = SystemRegistryFilePath();
+    if (systemFile.empty()) return S_FALSE;
+    hr = LookupIn(systemFile, clsid, module);
+    return hr == S_OK ? S_OK : S_FALSE;
 }
 
 }  // namespace kesto

@@ -10,8 +10,9 @@
 namespace kesto {
 
 // S_OK with the module named by the default value of CLSID\{clsid}\InprocServer32
-// in root 1; S_FALSE when the class is not registered (or there is no registry
-// yet); a registry HRESULT when the file cannot be read.
+// in root 1 of the user's registry, else of the system registry; S_FALSE when the
+// class is registered in neither (or there is no registry yet); a registry HRESULT
+// when the user's file cannot be read.
 HRESULT LookupInprocServer(const COM_GUID& clsid, std::string* module);
 
 }  // namespace kesto

@@ -1,6 +1,7 @@
 // Location of the registry file and key-path splitting.
 #include "registry_path.h"
 
+#include <dlfcn.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -38,6 +39,23 @@ std::string RegistryFilePath() {
     std::string home = HomeFolder();
     if (home.empty()) return std::string();
     return home + "/.local/share/kesto/registry.db";
+}
+
+std::string SystemRegistryFilePath() {
+    const char* explicitPath = std::getenv("KESTO_SYSTEM_REGISTRY");
+    if (explicitPath != nullptr && explicitPath[0] != '\0') return explicitPath;
+    const std::string folder = RuntimeFolder();
+    if (folder.empty()) return std::string();
+    // Set by the build: the registry's place relative to the installed library folder.
+    return folder + "/" KESTO_SYSTEM_REGISTRY_FROM_LIBDIR;
+}
+
+std::string RuntimeFolder() {
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void*>(&COM_CreateInstance), &info) == 0 || info.dli_fname == nullptr) return {};
+    std::string file = info.dli_fname;
+    std::string::size_type slash = file.find_last_of('/');
+    return slash == std::string::npos ? std::string() : file.substr(0, slash);
 }
 
 bool MakeParentFolders(const std::string& file) {

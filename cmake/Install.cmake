@@ -18,6 +18,7 @@ install(DIRECTORY ${CMAKE_SOURCE_DIR}/dictionaries/ DESTINATION ${VANTLE_INSTALL
         COMPONENT runtime FILES_MATCHING PATTERN "*.json")
 install(FILES ${CMAKE_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT dev)
 
 # The system registry: the component registered once, at build time, into a file
 # of its own that the runtime reads after the user's registry. Its server record

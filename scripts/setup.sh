@@ -9,7 +9,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libsqlite3-dev sqlite3 nlohmann-json3-dev libedit-dev
   clang-14 libclang-rt-14-dev llvm-14
-  python3
+  python3 dpkg-dev file valgrind
 )
 
 missing=()

@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Builds and runs every test twice: a plain build with warnings as errors (build/),
 # then a build under AddressSanitizer, UndefinedBehaviorSanitizer and LeakSanitizer
-# (build-asan/), where any sanitizer report fails the test that caused it; last the
-# fuzz targets (build-fuzz/): each replays its seeds, then, when VANTLE_FUZZ_SECONDS
+# (build-asan/), where any sanitizer report fails the test that caused it; then the
+# SDK installed into a moved prefix and, as root, the Debian packages installed with
+# apt-get, each with the example host built against them both ways; last the fuzz
+# targets (build-fuzz/): each replays its seeds, then, when VANTLE_FUZZ_SECONDS
 # is above 0 (CI sets 60), fuzzes for that long.
 # Exits non-zero if anything fails. VANTLE_TEST_JOBS runs tests in parallel.
 set -euo pipefail
@@ -28,6 +30,16 @@ export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 if ! (cd build-asan && ctest --output-on-failure -j "$test_jobs"); then
   failed+=("sanitizer tests")
+fi
+
+echo "== the installed SDK (scripts/check-install.sh)"
+bash scripts/check-install.sh || failed+=("install check")
+
+echo "== the Debian packages (scripts/check-packages.sh)"
+if [ "$(id -u)" -eq 0 ]; then
+  bash scripts/check-packages.sh || failed+=("package check")
+else
+  echo "skipped: installing packages needs root"
 fi
 
 echo "== fuzz targets (build-fuzz/)"

@@ -68,8 +68,10 @@ public:
     // Empties the class cache: its own result, or S_FALSE with no tree.
     virtual HRESULT Reset() = 0;                                                                    // 6
     // Sets `name`'s value for `kind` in the innermost scope. The system symbol
-    // "INCLUDEINHERITED" with value "TRUE" (anything else: off) decides whether the
-    // class queries see inherited members; it is on until said otherwise.
+    // "INCLUDEINHERITED" decides whether the class queries see inherited members:
+    // on at creation; each SetSymbol of it switches it on for the value "TRUE" and
+    // off for anything else, for the service's whole life (removing the symbol or
+    // closing its scope does not switch it back).
     virtual HRESULT SetSymbol(CBSTR name, SYMBOL_KIND kind, CBSTR value) = 0;                       // 7
     // Removes `name`'s value for `kind` from the innermost scope.
     virtual HRESULT RemoveSymbol(CBSTR name, SYMBOL_KIND kind) = 0;                                 // 8

@@ -7,7 +7,7 @@
 // service's interfaces, identifiers and flags (vantle/assist.h), its exported
 // keyword codes and texts (vantle/constants.h) and the text of any status code
 // (vantle/messages.h), and its entry points as an in-process server
-// (vantle/server.h). Each header states its own promises on ownership and threads.
+// (vantle/server.h), and the SDK's version (vantle/version.h). Each header states its own promises on ownership and threads.
 #ifndef VANTLE_VANTLE_H_
 #define VANTLE_VANTLE_H_
 
@@ -20,5 +20,6 @@
 #include "vantle/constants.h"
 #include "vantle/messages.h"
 #include "vantle/server.h"
+#include "vantle/version.h"
 
 #endif  // VANTLE_VANTLE_H_

@@ -12,8 +12,8 @@
 #include <cstdio>
 #include <string>
 
+#include "AssistService.h"
 #include "DictionaryGenerator.h"
-#include "kesto/tnode.h"
 
 namespace {
 
@@ -52,16 +52,12 @@ void BM_LoadDictionary100kMembers(benchmark::State& state) {
         state.SkipWithError("cannot write the generated dictionary");
         return;
     }
-    std::u16string path16(path.begin(), path.end());
     unsigned int members = 0;
     for (auto _ : state) {
-        COM_ITNodeManager* manager = nullptr;
-        COM_CreateInstance(COM_CLSID_TNodeManager, nullptr, COM_IID_ITNodeManager, reinterpret_cast<void**>(&manager));
-        BSTR message = nullptr;
-        HRESULT hr = manager->LoadDictionary(reinterpret_cast<CBSTR>(path16.c_str()), &message);
-        COM_SysFreeString(message);
+        kesto::Ref<COM_ITNodeManager> manager = NewTree();
+        HRESULT hr = LoadFile(manager.get(), path).status;
         manager->GetMemberCount(&members);
-        manager->Release();  // the tree goes with it: each iteration starts from nothing
+        manager.reset();  // the tree goes with it: each iteration starts from nothing
         if (FAILED(hr)) {
             state.SkipWithError("the generated dictionary does not load");
             break;

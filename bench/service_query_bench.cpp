@@ -24,8 +24,6 @@
 
 namespace {
 
-using vantle::bench::ToUnits;
-using vantle::bench::Units;
 
 // Per class of the chain: methods, properties, parameters and overridden methods,
 // chosen so that the deepest class sees exactly the member count: 8 levels of own
@@ -69,7 +67,7 @@ Fixture& FixtureFor(unsigned members) {
     options.overridesPerClass = shape->overrides;
     options.argumentCounts = {1, 10, 40};
     fixture->service = std::make_unique<vantle::bench::ServiceOverTree>(vantle::bench::GenerateDictionary(options));
-    fixture->className = ToUnits(vantle::bench::GeneratedClassName(options, 0, kChainDepth - 1));
+    fixture->className = W(vantle::bench::GeneratedClassName(options, 0, kChainDepth - 1)).units();
 
     std::string lastProperty;
     std::string lastMethod;
@@ -87,16 +85,16 @@ Fixture& FixtureFor(unsigned members) {
             lastWithArguments[arguments] = std::max(lastWithArguments[arguments], name);
         }
     }
-    fixture->lastProperty = ToUnits(lastProperty);
-    fixture->lastMethod = ToUnits(lastMethod);
-    for (const auto& [arguments, name] : lastWithArguments) fixture->methodWithArguments[arguments] = ToUnits(name);
+    fixture->lastProperty = W(lastProperty).units();
+    fixture->lastMethod = W(lastMethod).units();
+    for (const auto& [arguments, name] : lastWithArguments) fixture->methodWithArguments[arguments] = W(name).units();
 
     // The class must really show the member count it was built for.
-    BSTR list = nullptr;
-    fixture->service->assist->GetClassMembers(fixture->className.c_str(), static_cast<MEMBER_FILTER_FLAGS>(31), &list);
+    kesto::String list;
+    fixture->service->assist->GetClassMembers(fixture->className.c_str(), static_cast<MEMBER_FILTER_FLAGS>(31),
+                                              list.out());
     unsigned entries = 0;
-    for (unsigned i = 0; i < COM_SysStringLen(list); ++i) entries += list[i] == ',';
-    COM_SysFreeString(list);
+    for (char16_t unit : list.view()) entries += unit == u',';
     vantle::bench::Require(entries == members, "the generated class does not have the intended member count");
     return *fixture;
 }
@@ -106,41 +104,33 @@ const MEMBER_FILTER_FLAGS kEveryMember = static_cast<MEMBER_FILTER_FLAGS>(1 | 2 
 // The service's tree calls for one listing, without the service.
 void BareWalk(COM_ITNodeManager* manager, const Units& className, bool extended) {
     static const Units kEmpty;
-    static const Units kClassType = ToUnits("23");
-    static const Units kMethodKind = ToUnits("m");
-    static const Units kPropertyKind = ToUnits("a");
-    static const Units kParameterKind = ToUnits("p");
-    static const Units kMethodQuery = ToUnits("2:232:14");
-    static const Units kMethodQueryEx = ToUnits("2:232:142:39");
-    static const Units kPropertyQuery = ToUnits("2:14");
-    static const Units kPropertyQueryEx = ToUnits("2:142:35");
+    static const Units kClassType = W("23").units();
+    static const Units kMethodKind = W("m").units();
+    static const Units kPropertyKind = W("a").units();
+    static const Units kParameterKind = W("p").units();
+    static const Units kMethodQuery = W("2:232:14").units();
+    static const Units kMethodQueryEx = W("2:232:142:39").units();
+    static const Units kPropertyQuery = W("2:14").units();
+    static const Units kPropertyQueryEx = W("2:142:35").units();
 
-    BSTR normalized = nullptr;
-    manager->NormalizeName(className.c_str(), kEmpty.c_str(), &normalized);
-    COM_ITNodeElement* node = nullptr;
-    manager->GetClassNode(normalized, &node);
-    COM_SysFreeString(normalized);
-    BSTR classType = nullptr;
+    kesto::String normalized;
+    manager->NormalizeName(className.c_str(), kEmpty.c_str(), normalized.out());
+    kesto::Ref<COM_ITNodeElement> node;
+    manager->GetClassNode(normalized.get(), node.out());
+    kesto::String classType;
     int a = 0, b = 0, c = 0;
-    node->GetKeyword(kClassType.c_str(), &classType, &a, &b, &c);
-    COM_SysFreeString(classType);
+    node->GetKeyword(kClassType.c_str(), classType.out(), &a, &b, &c);
     const std::pair<const Units*, const Units*> sections[] = {
         {&kMethodKind, extended ? &kMethodQueryEx : &kMethodQuery},
         {&kPropertyKind, extended ? &kPropertyQueryEx : &kPropertyQuery},
         {&kParameterKind, &kPropertyQuery}};
     for (const auto& [kind, query] : sections) {
-        COM_IStringCollection* children = nullptr;
-        node->OpenChildren(kind->c_str(), query->c_str(), 1, &children);
-        BSTR name = nullptr;
-        BSTR values = nullptr;
-        while (children->Next(&name, &values) == S_OK) {
-            benchmark::DoNotOptimize(name);
-            COM_SysFreeString(name);
-            COM_SysFreeString(values);
-        }
-        children->Release();
+        kesto::Ref<COM_IStringCollection> children;
+        node->OpenChildren(kind->c_str(), query->c_str(), 1, children.out());
+        kesto::String name;
+        kesto::String values;
+        while (children->Next(name.out(), values.out()) == S_OK) benchmark::DoNotOptimize(name.get());
     }
-    node->Release();
 }
 
 // The list's growth on plain buffers: each step allocates a block of exactly the
@@ -179,10 +169,10 @@ std::vector<Units> AppendSteps(const Units& list, bool extended) {
         if (!extended && !entry.empty() && entry.back() == '(') {
             entry.pop_back();
             steps.push_back(entry);
-            steps.push_back(ToUnits("(,"));
+            steps.push_back(W("(,").units());
         } else {
             steps.push_back(entry);
-            steps.push_back(ToUnits(","));
+            steps.push_back(W(",").units());
         }
     }
     return steps;
@@ -202,19 +192,18 @@ void Listing(benchmark::State& state, bool extended) {
         return extended ? fixture.service->assist3->GetClassMembersEx(fixture.className.c_str(), kEveryMember, out)
                         : fixture.service->assist->GetClassMembers(fixture.className.c_str(), kEveryMember, out);
     };
-    BSTR sample = nullptr;
-    list(&sample);
-    const std::vector<Units> steps = AppendSteps(Units(sample, COM_SysStringLen(sample)), extended);
-    COM_SysFreeString(sample);
+    kesto::String sample;
+    list(sample.out());
+    const std::vector<Units> steps = AppendSteps(UnitsOf(sample), extended);
 
     double service = 0, bare = 0, floor = 0, zeroFilledFloor = 0;
     for (auto _ : state) {
         double t0 = ThreadSeconds();
-        BSTR out = nullptr;
-        list(&out);
-        COM_SysFreeString(out);
+        kesto::String out;
+        list(out.out());
+        out.reset();
         double t1 = ThreadSeconds();
-        BareWalk(fixture.service->manager, fixture.className, extended);
+        BareWalk(fixture.service->manager.get(), fixture.className, extended);
         double t2 = ThreadSeconds();
         Floor(steps, false);
         double t3 = ThreadSeconds();
@@ -243,8 +232,8 @@ void BM_GetClassMembersEx(benchmark::State& state) { Listing(state, true); }
 // it packs the enumerations again: what the first query of a class costs.
 void MemberType(benchmark::State& state, const Units& member, SYMBOL_KIND expected, bool firstQuery) {
     Fixture& fixture = FixtureFor(static_cast<unsigned>(state.range(0)));
-    COM_IClassCache* cache = nullptr;
-    HRESULT found = fixture.service->manager->QueryInterface(COM_IID_IClassCache, reinterpret_cast<void**>(&cache));
+    kesto::Ref<COM_IClassCache> cache;
+    HRESULT found = fixture.service->manager->QueryInterface(COM_IID_IClassCache, cache.out_void());
     vantle::bench::Require(found == S_OK, "the tree's class cache");
     for (auto _ : state) {
         if (firstQuery) {
@@ -253,12 +242,10 @@ void MemberType(benchmark::State& state, const Units& member, SYMBOL_KIND expect
             state.ResumeTiming();
         }
         SYMBOL_KIND kind = static_cast<SYMBOL_KIND>(0);
-        BSTR type = nullptr;
-        fixture.service->assist->GetClassMemberType(fixture.className.c_str(), member.c_str(), &kind, &type);
+        kesto::String type;
+        fixture.service->assist->GetClassMemberType(fixture.className.c_str(), member.c_str(), &kind, type.out());
         vantle::bench::Require(kind == expected, "the member was not found");
-        COM_SysFreeString(type);
     }
-    cache->Release();
 }
 void BM_GetClassMemberType_LastProperty(benchmark::State& state) {
     MemberType(state, FixtureFor(static_cast<unsigned>(state.range(0))).lastProperty, SYMBOL_PROPERTY, false);
@@ -273,10 +260,10 @@ void BM_GetClassMemberType_LastProperty_FirstQuery(benchmark::State& state) {
 void Origin(benchmark::State& state, const Units& member, SYMBOL_KIND kind) {
     Fixture& fixture = FixtureFor(static_cast<unsigned>(state.range(0)));
     for (auto _ : state) {
-        BSTR origin = nullptr;
-        HRESULT hr = fixture.service->assist2->GetMemberOrigin(fixture.className.c_str(), member.c_str(), kind, &origin);
+        kesto::String origin;
+        HRESULT hr = fixture.service->assist2->GetMemberOrigin(fixture.className.c_str(), member.c_str(), kind,
+                                                               origin.out());
         vantle::bench::Require(hr == S_OK, "the member's origin was not found");
-        COM_SysFreeString(origin);
     }
 }
 void BM_GetMemberOrigin_LastProperty(benchmark::State& state) {
@@ -294,13 +281,11 @@ void BM_GetMethodSignature(benchmark::State& state) {
     const Units& method = fixture.methodWithArguments.at(arguments);
     const unsigned long argumentNumber = state.range(2) == 0 ? 0 : (arguments + 1) / 2;
     for (auto _ : state) {
-        BSTR before = nullptr, current = nullptr, after = nullptr;
+        kesto::String before, current, after;
         HRESULT hr = fixture.service->assist->GetMethodSignature(fixture.className.c_str(), method.c_str(),
-                                                                 argumentNumber, &before, &current, &after);
+                                                                 argumentNumber, before.out(), current.out(),
+                                                                 after.out());
         vantle::bench::Require(hr == S_OK, "the method was not found");
-        COM_SysFreeString(before);
-        COM_SysFreeString(current);
-        COM_SysFreeString(after);
     }
 }
 

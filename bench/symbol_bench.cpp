@@ -14,8 +14,6 @@
 
 namespace {
 
-using vantle::bench::ToUnits;
-using vantle::bench::Units;
 
 const int kSymbols = 10000;
 const int kScopes = 8;
@@ -23,7 +21,7 @@ const int kSymbolsPerInnerScope = 100;
 
 std::vector<Units> Names(const std::string& stem, int count) {
     std::vector<Units> names;
-    for (int i = 0; i < count; ++i) names.push_back(ToUnits(stem + std::to_string(i)));
+    for (int i = 0; i < count; ++i) names.push_back(W(stem + std::to_string(i)).units());
     return names;
 }
 
@@ -31,7 +29,7 @@ std::vector<Units> Names(const std::string& stem, int count) {
 class SymbolFixture {
 public:
     explicit SymbolFixture(int scopes) : m_service(EmptyDictionary()), rootNames(Names("tRoot", kSymbols)) {
-        Units value = ToUnits("Shop.Order");
+        Units value = W("Shop.Order").units();
         for (const Units& name : rootNames) m_service.assist->SetSymbol(name.c_str(), SYMBOL_LOCAL, value.c_str());
         for (int scope = 0; scope < scopes; ++scope) {
             m_service.assist->OnEmbeddingStart(static_cast<ParserLanguage>(scope + 1));
@@ -40,8 +38,8 @@ public:
             }
         }
     }
-    COM_IVantleAssist* Assist() { return m_service.assist; }
-    COM_IVantleAssist2* Assist2() { return m_service.assist2; }
+    COM_IVantleAssist* Assist() { return m_service.assist.get(); }
+    COM_IVantleAssist2* Assist2() { return m_service.assist2.get(); }
 
 private:
     static std::string EmptyDictionary() { return R"({"format": "vantle-class-dictionary/1", "classes": []})"; }
@@ -54,7 +52,7 @@ public:
 
 void BM_SetSymbol(benchmark::State& state) {
     SymbolFixture fixture(0);
-    Units value = ToUnits("%Text");
+    Units value = W("%Text").units();
     size_t i = 0;
     for (auto _ : state) {
         const Units& name = fixture.rootNames[i++ % fixture.rootNames.size()];
@@ -69,10 +67,9 @@ void BM_LookupSymbol_FromRootThrough8Scopes(benchmark::State& state) {
     for (auto _ : state) {
         const Units& name = fixture.rootNames[(i++ * 7919) % fixture.rootNames.size()];
         ParserLanguage language = PARSERLANGUAGE_ROOT;
-        BSTR value = nullptr;
-        HRESULT hr = fixture.Assist()->LookupSymbol(name.c_str(), SYMBOL_LOCAL, &language, &value);
+        kesto::String value;
+        HRESULT hr = fixture.Assist()->LookupSymbol(name.c_str(), SYMBOL_LOCAL, &language, value.out());
         vantle::bench::Require(hr == S_OK && language == PARSERLANGUAGE_ROOT, "the root symbol was not found");
-        COM_SysFreeString(value);
     }
     state.counters["symbols"] = kSymbols;
     state.counters["scopes"] = kScopes;
@@ -81,10 +78,9 @@ void BM_LookupSymbol_FromRootThrough8Scopes(benchmark::State& state) {
 void BM_GetSymbols(benchmark::State& state) {
     SymbolFixture fixture(0);
     for (auto _ : state) {
-        BSTR list = nullptr;
-        fixture.Assist2()->GetSymbols(1u << (SYMBOL_LOCAL - 1), &list);
-        benchmark::DoNotOptimize(list);
-        COM_SysFreeString(list);
+        kesto::String list;
+        fixture.Assist2()->GetSymbols(1u << (SYMBOL_LOCAL - 1), list.out());
+        benchmark::DoNotOptimize(list.get());
     }
     state.counters["symbols"] = kSymbols;
 }

@@ -14,17 +14,17 @@
 
 #include "FakeClassTree.h"
 #include "FuzzService.h"
+#include "sysComLib.h"
 
 using fakes::Text;
-using vantle::fuzz::OwnedBSTR;
 
 namespace {
 
-Text ToText16(const vantle::fuzz::Text16& units) { return Text(units.begin(), units.end()); }
+Text AsText(const Units& units) { return Text(units.begin(), units.end()); }
 
 // Text rich in what records and signatures are made of.
 Text ConsumeText(FuzzedDataProvider& input, size_t maxUnits) {
-    return ToText16(vantle::fuzz::ConsumeText16(input, maxUnits));
+    return AsText(vantle::fuzz::ConsumeUnits(input, maxUnits));
 }
 
 Text ConsumeName(FuzzedDataProvider& input, const char* const* names, size_t count) {
@@ -122,82 +122,83 @@ bool EndsWithComma(BSTR list) {
 
 // One query chosen by the input; its answer must keep its shape.
 void RunQuery(FuzzedDataProvider& input, vantle::fuzz::ServiceUnderTest& service, bool shapesHold) {
-    auto className = vantle::fuzz::Text16(fakes::ToUnits(ConsumeName(input, kShortNames, 4)));
-    auto memberName = vantle::fuzz::Text16(fakes::ToUnits(ConsumeName(input, kMemberNames, 6)));
+    auto className = W(ConsumeName(input, kShortNames, 4)).units();
+    auto memberName = W(ConsumeName(input, kMemberNames, 6)).units();
     switch (input.ConsumeIntegralInRange<int>(0, 5)) {
         case 0:
         case 1: {
             auto flags = static_cast<MEMBER_FILTER_FLAGS>(input.ConsumeIntegralInRange<int>(0, 63));
-            OwnedBSTR list;
-            HRESULT hr = input.ConsumeBool() ? service.assist->GetClassMembers(className.c_str(), flags, &list)
-                                             : service.assist3->GetClassMembersEx(className.c_str(), flags, &list);
-            if (hr == S_FALSE) FUZZ_CHECK(list.Get() == nullptr, "a S_FALSE listing came with a list");
-            if (shapesHold && list.Get() != nullptr) FUZZ_CHECK(EndsWithComma(list.Get()), "a list not ending in ','");
+            kesto::String list;
+            HRESULT hr = input.ConsumeBool() ? service.assist->GetClassMembers(className.c_str(), flags, list.out())
+                                             : service.assist3->GetClassMembersEx(className.c_str(), flags, list.out());
+            if (hr == S_FALSE) FUZZ_CHECK(list.get() == nullptr, "a S_FALSE listing came with a list");
+            if (shapesHold && list.get() != nullptr) FUZZ_CHECK(EndsWithComma(list.get()), "a list not ending in ','");
             break;
         }
         case 2: {
             SYMBOL_KIND kind = static_cast<SYMBOL_KIND>(99);
-            OwnedBSTR type;
-            service.assist->GetClassMemberType(className.c_str(), memberName.c_str(), &kind, &type);
+            kesto::String type;
+            service.assist->GetClassMemberType(className.c_str(), memberName.c_str(), &kind, type.out());
             FUZZ_CHECK(kind == 0 || kind == 4 || kind == 5, "a member type of an unknown kind");
-            if (kind == 0) FUZZ_CHECK(type.Get() == nullptr, "a member type without a kind");
+            if (kind == 0) FUZZ_CHECK(type.get() == nullptr, "a member type without a kind");
             break;
         }
         case 3: {
             unsigned long argument = input.ConsumeBool() ? input.ConsumeIntegralInRange<unsigned long>(0, 8)
                                                          : input.ConsumeIntegral<unsigned long>();
-            OwnedBSTR before;
-            OwnedBSTR current;
-            OwnedBSTR after;
-            service.assist->GetMethodSignature(className.c_str(), memberName.c_str(), argument, &before, &current,
-                                               &after);
+            kesto::String before;
+            kesto::String current;
+            kesto::String after;
+            service.assist->GetMethodSignature(className.c_str(), memberName.c_str(), argument, before.out(),
+                                               current.out(), after.out());
             if (argument == 0) {
-                FUZZ_CHECK(current.Get() == nullptr && after.Get() == nullptr, "a whole signature came in pieces");
+                FUZZ_CHECK(current.get() == nullptr && after.get() == nullptr, "a whole signature came in pieces");
             }
             if (shapesHold) {
-                FUZZ_CHECK(before.Get() != nullptr, "a signature without its first output");
-                if (argument != 0) FUZZ_CHECK(current.Get() != nullptr && after.Get() != nullptr, "a split signature");
+                FUZZ_CHECK(before.get() != nullptr, "a signature without its first output");
+                if (argument != 0) FUZZ_CHECK(current.get() != nullptr && after.get() != nullptr, "a split signature");
             }
             break;
         }
         default: {
             static const int kKinds[] = {0, 2, 4, 5, 6, 10, 13, 99};
             auto kind = static_cast<SYMBOL_KIND>(kKinds[input.ConsumeIntegralInRange<int>(0, 7)]);
-            OwnedBSTR origin;
-            HRESULT hr = service.assist2->GetMemberOrigin(className.c_str(), memberName.c_str(), kind, &origin);
-            if (hr != S_OK) FUZZ_CHECK(origin.Get() == nullptr, "an origin came with a miss");
+            kesto::String origin;
+            HRESULT hr = service.assist2->GetMemberOrigin(className.c_str(), memberName.c_str(), kind, origin.out());
+            if (hr != S_OK) FUZZ_CHECK(origin.get() == nullptr, "an origin came with a miss");
             break;
         }
     }
 }
 
 // With nothing failing, the queries agree with each other.
-void CheckAgreement(vantle::fuzz::ServiceUnderTest& service, const vantle::fuzz::Text16& className,
-                    const vantle::fuzz::Text16& memberName, unsigned long argument) {
-    OwnedBSTR whole;
-    OwnedBSTR none1;
-    OwnedBSTR none2;
-    HRESULT wholeResult = service.assist->GetMethodSignature(className.c_str(), memberName.c_str(), 0, &whole,
-                                                             &none1, &none2);
-    OwnedBSTR before;
-    OwnedBSTR current;
-    OwnedBSTR after;
-    HRESULT splitResult = service.assist->GetMethodSignature(className.c_str(), memberName.c_str(), argument, &before,
-                                                             &current, &after);
+void CheckAgreement(vantle::fuzz::ServiceUnderTest& service, const Units& className, const Units& memberName,
+                    unsigned long argument) {
+    kesto::String whole;
+    kesto::String none1;
+    kesto::String none2;
+    HRESULT wholeResult = service.assist->GetMethodSignature(className.c_str(), memberName.c_str(), 0, whole.out(),
+                                                             none1.out(), none2.out());
+    kesto::String before;
+    kesto::String current;
+    kesto::String after;
+    HRESULT splitResult = service.assist->GetMethodSignature(className.c_str(), memberName.c_str(), argument,
+                                                             before.out(), current.out(), after.out());
     FUZZ_CHECK(wholeResult == splitResult, "a split signature has another result than the whole one");
-    FUZZ_CHECK(before.Text() + current.Text() + after.Text() == whole.Text(),
+    FUZZ_CHECK(UnitsOf(before) + UnitsOf(current) + UnitsOf(after) == UnitsOf(whole),
                "the pieces of a split signature do not make up the whole one");
     if (wholeResult == S_OK) {
-        vantle::fuzz::Text16 prefix = memberName + vantle::fuzz::Ascii16("(");
-        FUZZ_CHECK(whole.Text().compare(0, prefix.size(), prefix) == 0, "a signature does not start with its name");
+        Units prefix = memberName + W("(").units();
+        FUZZ_CHECK(UnitsOf(whole).compare(0, prefix.size(), prefix) == 0, "a signature does not start with its name");
     }
 
-    OwnedBSTR byMethodKind;
-    OwnedBSTR byMemberMethodKind;
-    HRESULT first = service.assist2->GetMemberOrigin(className.c_str(), memberName.c_str(), SYMBOL_METHOD, &byMethodKind);
+    kesto::String byMethodKind;
+    kesto::String byMemberMethodKind;
+    HRESULT first =
+        service.assist2->GetMemberOrigin(className.c_str(), memberName.c_str(), SYMBOL_METHOD, byMethodKind.out());
     HRESULT second = service.assist2->GetMemberOrigin(className.c_str(), memberName.c_str(), SYMBOL_MEMBERMETHOD,
-                                                      &byMemberMethodKind);
-    FUZZ_CHECK(first == second && byMethodKind.Text() == byMemberMethodKind.Text(), "origin kinds 2 and 4 differ");
+                                                      byMemberMethodKind.out());
+    FUZZ_CHECK(first == second && UnitsOf(byMethodKind) == UnitsOf(byMemberMethodKind), "origin kinds 2 and 4 differ");
 }
 
 }  // namespace
@@ -211,16 +212,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         vantle::fuzz::ServiceUnderTest service;
         if (input.ConsumeIntegralInRange<int>(0, 7) != 0) service.assist->Initialize(tree.Manager());
         if (input.ConsumeBool()) {
-            auto name = vantle::fuzz::Ascii16("INCLUDEINHERITED");
-            auto value = vantle::fuzz::Ascii16(input.ConsumeBool() ? "TRUE" : "FALSE");
+            auto name = W("INCLUDEINHERITED").units();
+            auto value = W(input.ConsumeBool() ? "TRUE" : "FALSE").units();
             service.assist->SetSymbol(name.c_str(), SYMBOL_SYSTEM, value.c_str());
         }
         if (input.ConsumeIntegralInRange<int>(0, 3) == 0) {
             service.assist->SetFlags(static_cast<MEMBER_FILTER_FLAGS>(input.ConsumeIntegralInRange<int>(0, 63)));
         }
         if (input.ConsumeBool()) {
-            auto relative = vantle::fuzz::Text16(fakes::ToUnits(ConsumeName(input, kClassNames, 4)));
-            service.ex->SetRelativeClassName(relative.c_str());
+            auto relative = W(ConsumeName(input, kClassNames, 4)).units();
+            service.assistEx->SetRelativeClassName(relative.c_str());
         }
         ScriptFailures(input, tree);
         bool faults = input.ConsumeIntegralInRange<int>(0, 5) == 0;
@@ -241,8 +242,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
         KESTO_FaultInjectStrings(0, 0);
         tree.ClearFailures();
-        auto className = vantle::fuzz::Text16(fakes::ToUnits(ConsumeName(input, kShortNames, 4)));
-        auto memberName = vantle::fuzz::Text16(fakes::ToUnits(ConsumeName(input, kMemberNames, 6)));
+        auto className = W(ConsumeName(input, kShortNames, 4)).units();
+        auto memberName = W(ConsumeName(input, kMemberNames, 6)).units();
         CheckAgreement(service, className, memberName, input.ConsumeIntegralInRange<unsigned long>(1, 6));
     }
     FUZZ_CHECK(tree.OutstandingReferences() == 0, "the service kept a reference to the tree");

@@ -11,12 +11,9 @@
 #include <set>
 #include <vector>
 
+#include "AssistService.h"
 #include "FuzzSupport.h"
-#include "kesto/tnode.h"
 
-using vantle::fuzz::Ascii16;
-using vantle::fuzz::OwnedBSTR;
-using vantle::fuzz::Text16;
 
 namespace {
 
@@ -25,7 +22,7 @@ const char kBaseDictionary[] = R"({"format": "vantle-class-dictionary/1", "class
   {"name": "Base.Other", "super": ["Base.Thing"], "properties": [{"name": "Size", "type": "%Count"}]}]})";
 
 // Splits a run of TNode pieces; false when it is not one.
-bool SplitPieces(const Text16& run, std::vector<Text16>& pieces) {
+bool SplitPieces(const Units& run, std::vector<Units>& pieces) {
     size_t at = 0;
     while (at < run.size()) {
         size_t length = 0;
@@ -45,8 +42,8 @@ bool SplitPieces(const Text16& run, std::vector<Text16>& pieces) {
     return true;
 }
 
-std::vector<Text16> SplitList(const Text16& list) {
-    std::vector<Text16> entries;
+std::vector<Units> SplitList(const Units& list) {
+    std::vector<Units> entries;
     size_t start = 0;
     for (size_t i = 0; i < list.size(); ++i) {
         if (list[i] == ',') {
@@ -59,35 +56,33 @@ std::vector<Text16> SplitList(const Text16& list) {
 }
 
 struct Member {
-    Text16 name;
-    Text16 origin;
+    Units name;
+    Units origin;
 };
 
 // Walks one child listing with the origin and two more keywords queried.
 std::vector<Member> ListMembers(COM_ITNodeElement* node, const char* kind, int includeInherited) {
-    COM_IStringCollection* children = nullptr;
-    Text16 query = Ascii16("1:22:141:5");
-    HRESULT hr = node->OpenChildren(Ascii16(kind).c_str(), query.c_str(), includeInherited, &children);
-    FUZZ_CHECK(hr == S_OK && children != nullptr, "OpenChildren failed on a loaded class");
+    kesto::Ref<COM_IStringCollection> children;
+    HRESULT hr = node->OpenChildren(W(kind), W("1:22:141:5"), includeInherited, children.out());
+    FUZZ_CHECK(hr == S_OK && children, "OpenChildren failed on a loaded class");
     std::vector<Member> members;
     for (;;) {
-        OwnedBSTR name;
-        OwnedBSTR values;
-        hr = children->Next(&name, &values);
+        kesto::String name;
+        kesto::String values;
+        hr = children->Next(name.out(), values.out());
         if (hr == S_FALSE) {
-            FUZZ_CHECK(name.Get() == nullptr && values.Get() == nullptr, "the end of a listing came with strings");
+            FUZZ_CHECK(name.get() == nullptr && values.get() == nullptr, "the end of a listing came with strings");
             break;
         }
-        FUZZ_CHECK(hr == S_OK && name.Get() != nullptr, "Next failed on a loaded class");
-        std::vector<Text16> pieces;
-        FUZZ_CHECK(SplitPieces(values.Text(), pieces) && pieces.size() == 3,
+        FUZZ_CHECK(hr == S_OK && name.get() != nullptr, "Next failed on a loaded class");
+        std::vector<Units> pieces;
+        FUZZ_CHECK(SplitPieces(UnitsOf(values), pieces) && pieces.size() == 3,
                    "a member's values are not one piece per queried keyword");
-        FUZZ_CHECK(pieces[1] == Ascii16("0") || pieces[1] == Ascii16("1"),
+        FUZZ_CHECK(pieces[1] == W("0").units() || pieces[1] == W("1").units(),
                    "the internal keyword answered something other than 0 or 1");
-        members.push_back({name.Text(), pieces[0]});
+        members.push_back({UnitsOf(name), pieces[0]});
     }
     FUZZ_CHECK(children->Next(nullptr, nullptr) == E_POINTER, "Next accepted NULL arguments");
-    children->Release();
     for (size_t i = 1; i < members.size(); ++i) {
         FUZZ_CHECK(members[i - 1].name < members[i].name, "members are not sorted and unique by name");
     }
@@ -95,46 +90,45 @@ std::vector<Member> ListMembers(COM_ITNodeElement* node, const char* kind, int i
 }
 
 void CheckLoadedTree(COM_ITNodeManager* manager) {
-    COM_IClassCache* cache = nullptr;
-    FUZZ_CHECK(manager->QueryInterface(COM_IID_IClassCache, reinterpret_cast<void**>(&cache)) == S_OK,
+    kesto::Ref<COM_IClassCache> cache;
+    FUZZ_CHECK(manager->QueryInterface(COM_IID_IClassCache, cache.out_void()) == S_OK,
                "the tree manager is not a class cache");
-    OwnedBSTR list;
-    HRESULT hr = cache->GetClassList(nullptr, &list);
-    cache->Release();
-    FUZZ_CHECK(list.Get() != nullptr && (hr == S_OK) == (list.Text().size() > 0), "GetClassList");
-    std::vector<Text16> classes = SplitList(list.Text());
+    kesto::String list;
+    HRESULT hr = cache->GetClassList(nullptr, list.out());
+    FUZZ_CHECK(list.get() != nullptr && (hr == S_OK) == (UnitsOf(list).size() > 0), "GetClassList");
+    std::vector<Units> classes = SplitList(UnitsOf(list));
     unsigned int classCount = 0;
     unsigned int memberCount = 0;
     manager->GetClassCount(&classCount);
     manager->GetMemberCount(&memberCount);
     FUZZ_CHECK(classCount == classes.size(), "the class list and the class count disagree");
-    std::set<Text16> known(classes.begin(), classes.end());
+    std::set<Units> known(classes.begin(), classes.end());
     FUZZ_CHECK(known.size() == classes.size(), "a class is listed twice");
 
     unsigned long ownMembers = 0;
-    for (const Text16& className : classes) {
-        COM_ITNodeElement* node = nullptr;
-        FUZZ_CHECK(manager->GetClassNode(className.c_str(), &node) == S_OK && node != nullptr,
+    for (const Units& className : classes) {
+        kesto::Ref<COM_ITNodeElement> node;
+        FUZZ_CHECK(manager->GetClassNode(className.c_str(), node.out()) == S_OK && node,
                    "a listed class has no node");
-        OwnedBSTR name;
-        node->GetName(&name);
-        FUZZ_CHECK(name.Text() == className, "a node does not carry its class's name");
-        OwnedBSTR classType;
-        FUZZ_CHECK(node->GetKeyword(Ascii16("23").c_str(), &classType, nullptr, nullptr, nullptr) == S_OK,
+        kesto::String name;
+        node->GetName(name.out());
+        FUZZ_CHECK(UnitsOf(name) == className, "a node does not carry its class's name");
+        kesto::String classType;
+        FUZZ_CHECK(node->GetKeyword(W("23"), classType.out(), nullptr, nullptr, nullptr) == S_OK,
                    "the class type cannot be read");
-        OwnedBSTR unknown;
+        kesto::String unknown;
         int known1 = 7;
-        FUZZ_CHECK(node->GetKeyword(Ascii16("9999").c_str(), &unknown, &known1, nullptr, nullptr) == S_OK &&
-                       unknown.Text().empty() && known1 == 0,
+        FUZZ_CHECK(node->GetKeyword(W("9999"), unknown.out(), &known1, nullptr, nullptr) == S_OK &&
+                       UnitsOf(unknown).empty() && known1 == 0,
                    "an unknown subscript does not answer the empty string");
-        if (className.find('.') != Text16::npos) {
-            OwnedBSTR normalized;
-            manager->NormalizeName(className.c_str(), nullptr, &normalized);
-            FUZZ_CHECK(normalized.Text() == className, "a full class name does not normalise to itself");
+        if (className.find('.') != Units::npos) {
+            kesto::String normalized;
+            manager->NormalizeName(className.c_str(), nullptr, normalized.out());
+            FUZZ_CHECK(UnitsOf(normalized) == className, "a full class name does not normalise to itself");
         }
         for (const char* kind : {"m", "a", "p"}) {
-            std::vector<Member> own = ListMembers(node, kind, 0);
-            std::vector<Member> all = ListMembers(node, kind, 1);
+            std::vector<Member> own = ListMembers(node.get(), kind, 0);
+            std::vector<Member> all = ListMembers(node.get(), kind, 1);
             ownMembers += own.size();
             for (const Member& member : own) {
                 FUZZ_CHECK(member.origin == className, "an own member has another origin");
@@ -145,11 +139,9 @@ void CheckLoadedTree(COM_ITNodeManager* manager) {
                 FUZZ_CHECK(known.count(member.origin) == 1, "a member's origin is not a loaded class");
             }
         }
-        COM_IStringCollection* none = nullptr;
-        FUZZ_CHECK(node->OpenChildren(Ascii16("z").c_str(), Ascii16("").c_str(), 1, &none) == E_INVALIDARG &&
-                       none == nullptr,
+        kesto::Ref<COM_IStringCollection> none;
+        FUZZ_CHECK(node->OpenChildren(W("z"), W(""), 1, none.out()) == E_INVALIDARG && !none,
                    "an unknown child kind opened a listing");
-        node->Release();
     }
     FUZZ_CHECK(ownMembers == memberCount, "own members do not add up to the member count");
 }
@@ -159,25 +151,24 @@ void CheckLoadedTree(COM_ITNodeManager* manager) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vantle::fuzz::LiveStringGuard strings;
 
-    COM_ITNodeManager* manager = nullptr;
-    HRESULT hr = COM_CreateInstance(COM_CLSID_TNodeManager, nullptr, COM_IID_ITNodeManager,
-                                    reinterpret_cast<void**>(&manager));
-    FUZZ_CHECK(hr == S_OK && manager != nullptr, "the tree manager cannot be created");
+    kesto::Ref<COM_ITNodeManager> manager = NewTree();
+    FUZZ_CHECK(manager, "the tree manager cannot be created");
 
-    Text16 baseName = Ascii16("base.json");
-    OwnedBSTR message;
-    hr = manager->LoadDictionaryBuffer(kBaseDictionary, sizeof(kBaseDictionary) - 1, baseName.c_str(), &message);
-    FUZZ_CHECK(hr == S_OK && message.Get() == nullptr, "the base dictionary does not load");
+    Units baseName = W("base.json").units();
+    kesto::String message;
+    HRESULT hr = manager->LoadDictionaryBuffer(kBaseDictionary, sizeof(kBaseDictionary) - 1, baseName.c_str(),
+                                               message.out());
+    FUZZ_CHECK(hr == S_OK && message.get() == nullptr, "the base dictionary does not load");
     unsigned int baseClasses = 0;
     manager->GetClassCount(&baseClasses);
-    COM_ITNodeElement* earlierNode = nullptr;
-    FUZZ_CHECK(manager->GetClassNode(Ascii16("Base.Other").c_str(), &earlierNode) == S_OK, "the base tree");
+    kesto::Ref<COM_ITNodeElement> earlierNode;
+    FUZZ_CHECK(manager->GetClassNode(W("Base.Other"), earlierNode.out()) == S_OK, "the base tree");
 
-    Text16 sourceName = Ascii16("fuzz.json");
-    hr = manager->LoadDictionaryBuffer(reinterpret_cast<const char*>(data), size, sourceName.c_str(), &message);
+    Units sourceName = W("fuzz.json").units();
+    hr = manager->LoadDictionaryBuffer(reinterpret_cast<const char*>(data), size, sourceName.c_str(), message.out());
     if (FAILED(hr)) {
-        Text16 text = message.Text();
-        FUZZ_CHECK(text.size() > sourceName.size() + 4 && text.compare(0, sourceName.size() + 1, sourceName + Text16(1, ':')) == 0,
+        Units text = UnitsOf(message);
+        FUZZ_CHECK(text.size() > sourceName.size() + 4 && text.compare(0, sourceName.size() + 1, sourceName + Units(1, ':')) == 0,
                    "a failed load does not say where");
         size_t at = sourceName.size() + 1;
         size_t lineDigits = 0;
@@ -186,21 +177,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         unsigned int classes = 0;
         manager->GetClassCount(&classes);
         FUZZ_CHECK(classes == baseClasses, "a failed load changed the tree");
-        OwnedBSTR path;
-        manager->GetDictionaryPath(&path);
-        FUZZ_CHECK(path.Text() == baseName, "a failed load changed the dictionary path");
+        kesto::String path;
+        manager->GetDictionaryPath(path.out());
+        FUZZ_CHECK(UnitsOf(path) == baseName, "a failed load changed the dictionary path");
     } else {
-        FUZZ_CHECK(hr == S_OK && message.Get() == nullptr, "a successful load left a message");
-        CheckLoadedTree(manager);
+        FUZZ_CHECK(hr == S_OK && message.get() == nullptr, "a successful load left a message");
+        CheckLoadedTree(manager.get());
     }
 
     // A node of the earlier tree still answers from it.
-    OwnedBSTR earlierName;
-    FUZZ_CHECK(earlierNode->GetName(&earlierName) == S_OK && earlierName.Text() == Ascii16("Base.Other"),
+    kesto::String earlierName;
+    FUZZ_CHECK(earlierNode->GetName(earlierName.out()) == S_OK && UnitsOf(earlierName) == W("Base.Other").units(),
                "a node of the earlier tree stopped answering");
-    std::vector<Member> inherited = ListMembers(earlierNode, "m", 1);
-    FUZZ_CHECK(inherited.size() == 1 && inherited[0].origin == Ascii16("Base.Thing"), "the earlier tree changed");
-    earlierNode->Release();
-    manager->Release();
+    std::vector<Member> inherited = ListMembers(earlierNode.get(), "m", 1);
+    FUZZ_CHECK(inherited.size() == 1 && inherited[0].origin == W("Base.Thing").units(), "the earlier tree changed");
     return 0;
 }

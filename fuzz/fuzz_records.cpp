@@ -13,20 +13,19 @@
 #include "FuzzSupport.h"
 #include "VantleAssistRecords.h"
 
-using vantle::fuzz::Text16;
 
 namespace {
 
 struct Piece {
-    Text16 text;
+    Units text;
     long position;
 };
 
 // std::nullopt when the stated length is too large to model the position.
-std::optional<Piece> ModelPiece(const Text16& text, long position) {
+std::optional<Piece> ModelPiece(const Units& text, long position) {
     long length = static_cast<long>(text.size());
-    if (position < 0 || position >= length) return Piece{Text16(), position};
-    if (text[position] == ':') return Piece{Text16(), position + 1};
+    if (position < 0 || position >= length) return Piece{Units(), position};
+    if (text[position] == ':') return Piece{Units(), position + 1};
     long n = 0;
     long at = position;
     for (; at < length && text[at] != ':'; ++at) {
@@ -41,8 +40,8 @@ std::optional<Piece> ModelPiece(const Text16& text, long position) {
 }
 
 void CheckPieces(FuzzedDataProvider& input) {
-    Text16 text = vantle::fuzz::ConsumeText16(input, 48, true);
-    Text16 terminated = text.substr(0, text.find(static_cast<unsigned short>(0)));
+    Units text = vantle::fuzz::ConsumeUnits(input, 48, true);
+    Units terminated = text.substr(0, text.find(static_cast<unsigned short>(0)));
     // An exact block: the text and its terminator, nothing more to read.
     std::unique_ptr<unsigned short[]> block(new unsigned short[terminated.size() + 1]);
     std::copy(terminated.begin(), terminated.end(), block.get());
@@ -57,10 +56,9 @@ void CheckPieces(FuzzedDataProvider& input) {
     }
     for (int call = 0; call < 24; ++call) {
         int before = position;
-        BSTR piece = TNodePiece(block.get(), position);
-        FUZZ_CHECK(piece != nullptr, "TNodePiece failed without fault injection");
-        Text16 got(piece, COM_SysStringLen(piece));
-        COM_SysFreeString(piece);
+        kesto::String piece(TNodePiece(block.get(), position));
+        FUZZ_CHECK(!piece.is_null(), "TNodePiece failed without fault injection");
+        Units got = UnitsOf(piece);
         std::optional<Piece> expected = ModelPiece(terminated, before);
         if (expected) {
             FUZZ_CHECK(got == expected->text, "TNodePiece read the wrong piece");
@@ -73,9 +71,8 @@ void CheckPieces(FuzzedDataProvider& input) {
         if (position == before) break;
     }
     int nullPosition = 0;
-    BSTR fromNull = TNodePiece(nullptr, nullPosition);
-    FUZZ_CHECK(COM_SysStringLen(fromNull) == 0 && nullPosition == 0, "a NULL text reads as empty");
-    COM_SysFreeString(fromNull);
+    kesto::String fromNull(TNodePiece(nullptr, nullPosition));
+    FUZZ_CHECK(fromNull.size() == 0 && nullPosition == 0, "a NULL text reads as empty");
 }
 
 struct Item {
@@ -84,7 +81,7 @@ struct Item {
     unsigned long next;
 };
 
-Item ModelToken(const Text16& text, unsigned short separator, unsigned long start) {
+Item ModelToken(const Units& text, unsigned short separator, unsigned long start) {
     long length = static_cast<long>(text.size());
     if (start >= static_cast<unsigned long>(length)) return Item{-1, 0, CScanString::NPOS};
     bool quoted = false;
@@ -111,12 +108,12 @@ Item ModelToken(const Text16& text, unsigned short separator, unsigned long star
 }
 
 void CheckTokens(FuzzedDataProvider& input) {
-    Text16 text = vantle::fuzz::ConsumeText16(input, 48, true);
+    Units text = vantle::fuzz::ConsumeUnits(input, 48, true);
     static const unsigned short kSeparators[] = {',', ',', ':', '=', '"', '(', ')', 0};
     unsigned short separator = kSeparators[input.ConsumeIntegralInRange<int>(0, 7)];
     if (separator == 0) separator = vantle::fuzz::ConsumeUnit(input);
 
-    Text16 buffer = vantle::fuzz::Ascii16("a,(") + text + vantle::fuzz::Ascii16(",b)\"");
+    Units buffer = W("a,(").units() + text + W(",b)\"").units();
     std::unique_ptr<unsigned short[]> exact(new unsigned short[text.size()]);
     std::copy(text.begin(), text.end(), exact.get());
     CScanString views[] = {CScanString(buffer.data() + 3, buffer.data() + 3 + text.size()),

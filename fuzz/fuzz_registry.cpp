@@ -22,8 +22,6 @@
 #include "FuzzSupport.h"
 #include "kesto/registry.h"
 
-using vantle::fuzz::OwnedBSTR;
-using vantle::fuzz::Text16;
 
 namespace {
 
@@ -32,12 +30,12 @@ std::string g_file;
 
 struct Value {
     int kind = 0;
-    Text16 text;
+    Units text;
     int number = 0;
     bool operator==(const Value&) const = default;
 };
 // Full key path ("1\A\B") -> value name -> value.
-using Snapshot = std::map<Text16, std::map<Text16, Value>>;
+using Snapshot = std::map<Units, std::map<Units, Value>>;
 
 void RemoveScratchFiles() {
     for (const char* suffix : {"", "-journal", "-wal", "-shm"}) unlink((g_file + suffix).c_str());
@@ -45,11 +43,11 @@ void RemoveScratchFiles() {
 
 // Names from a small set so that sequences meet the same keys again; sometimes a
 // fuzzed name, which may hold separators and empty path components.
-Text16 ConsumeName(FuzzedDataProvider& input) {
+Units ConsumeName(FuzzedDataProvider& input) {
     static const char* const kNames[] = {"", "A", "B", "a", "CLSID", "A\\B", "B\\A", "\\", "A\\\\B", "x y"};
     unsigned char pick = input.ConsumeIntegral<unsigned char>();
-    if (pick < 200) return vantle::fuzz::Ascii16(kNames[pick % (sizeof(kNames) / sizeof(kNames[0]))]);
-    return vantle::fuzz::ConsumeText16(input, 12);
+    if (pick < 200) return W(kNames[pick % (sizeof(kNames) / sizeof(kNames[0]))]).units();
+    return vantle::fuzz::ConsumeUnits(input, 12);
 }
 
 COM_GUID ConsumeGuid(FuzzedDataProvider& input) {
@@ -59,28 +57,28 @@ COM_GUID ConsumeGuid(FuzzedDataProvider& input) {
     return guid;
 }
 
-COM_IRegistry* CreateRegistry() {
-    COM_IRegistry* registry = nullptr;
-    HRESULT hr = COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, reinterpret_cast<void**>(&registry));
+kesto::Ref<COM_IRegistry> CreateRegistry() {
+    kesto::Ref<COM_IRegistry> registry;
+    HRESULT hr = COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
     if (FAILED(hr)) std::fprintf(stderr, "creating the registry at %s: 0x%08X\n", g_file.c_str(), static_cast<unsigned>(hr));
-    FUZZ_CHECK(SUCCEEDED(hr) && registry != nullptr, "the registry cannot be created");
+    FUZZ_CHECK(SUCCEEDED(hr) && registry, "the registry cannot be created");
     return registry;
 }
 
-std::vector<Text16> Enumerate(COM_IRegistryEnum* names) {
+std::vector<Units> Enumerate(COM_IRegistryEnum* names) {
     unsigned int count = 12345;
     FUZZ_CHECK(names->GetCount(&count) == S_OK, "GetCount failed");
-    std::vector<Text16> delivered;
+    std::vector<Units> delivered;
     for (;;) {
-        OwnedBSTR name;
-        HRESULT hr = names->Next(&name);
+        kesto::String name;
+        HRESULT hr = names->Next(name.out());
         if (hr == S_FALSE) {
-            FUZZ_CHECK(name.Get() == nullptr, "the end of an enumeration came with a name");
+            FUZZ_CHECK(name.get() == nullptr, "the end of an enumeration came with a name");
             break;
         }
         FUZZ_CHECK(hr == S_OK, "Next failed");
         FUZZ_CHECK(delivered.size() < count, "an enumeration delivered more names than it counted");
-        delivered.push_back(name.Text());
+        delivered.push_back(UnitsOf(name));
     }
     FUZZ_CHECK(delivered.size() == count, "an enumeration delivered fewer names than it counted");
     for (size_t i = 1; i < delivered.size(); ++i) {
@@ -91,23 +89,22 @@ std::vector<Text16> Enumerate(COM_IRegistryEnum* names) {
 
 // Reads the key at `path` below `root` and everything beneath it into `out`.
 // Moves the current key; the caller decides what comes after.
-void ReadTree(COM_IRegistry* registry, int root, const Text16& path, Snapshot& out) {
+void ReadTree(COM_IRegistry* registry, int root, const Units& path, Snapshot& out) {
     FUZZ_CHECK(registry->OpenRoot(root, path.c_str()) == S_OK, "a key seen in an enumeration cannot be opened");
-    Text16 full = vantle::fuzz::Ascii16(root == 1 ? "1" : "2");
-    if (!path.empty()) full += Text16(1, '\\') + path;
-    std::map<Text16, Value>& values = out[full];
+    Units full = W(root == 1 ? "1" : "2").units();
+    if (!path.empty()) full += Units(1, '\\') + path;
+    std::map<Units, Value>& values = out[full];
 
-    COM_IRegistryEnum* names = nullptr;
-    FUZZ_CHECK(registry->EnumValues(&names) == S_OK && names != nullptr, "EnumValues failed");
-    std::vector<Text16> valueNames = Enumerate(names);
-    names->Release();
-    for (const Text16& name : valueNames) {
+    kesto::Ref<COM_IRegistryEnum> names;
+    FUZZ_CHECK(registry->EnumValues(names.out()) == S_OK && names, "EnumValues failed");
+    std::vector<Units> valueNames = Enumerate(names.get());
+    for (const Units& name : valueNames) {
         Value value;
         FUZZ_CHECK(registry->GetValueKind(name.c_str(), &value.kind) == S_OK, "an enumerated value has no kind");
         if (value.kind == KESTO_REGISTRY_STRING) {
-            OwnedBSTR text;
-            FUZZ_CHECK(registry->GetStringValue(name.c_str(), &text) == S_OK, "a string value cannot be read");
-            value.text = text.Text();
+            kesto::String text;
+            FUZZ_CHECK(registry->GetStringValue(name.c_str(), text.out()) == S_OK, "a string value cannot be read");
+            value.text = UnitsOf(text);
         } else {
             FUZZ_CHECK(value.kind == KESTO_REGISTRY_INTEGER, "a value of an unknown kind");
             FUZZ_CHECK(registry->GetIntValue(name.c_str(), &value.number) == S_OK, "an integer value cannot be read");
@@ -115,40 +112,38 @@ void ReadTree(COM_IRegistry* registry, int root, const Text16& path, Snapshot& o
         values[name] = value;
     }
 
-    COM_IRegistryEnum* subkeys = nullptr;
-    FUZZ_CHECK(registry->EnumSubkeys(&subkeys) == S_OK && subkeys != nullptr, "EnumSubkeys failed");
-    std::vector<Text16> children = Enumerate(subkeys);
-    subkeys->Release();
-    for (const Text16& child : children) {
+    kesto::Ref<COM_IRegistryEnum> subkeys;
+    FUZZ_CHECK(registry->EnumSubkeys(subkeys.out()) == S_OK && subkeys, "EnumSubkeys failed");
+    std::vector<Units> children = Enumerate(subkeys.get());
+    for (const Units& child : children) {
         FUZZ_CHECK(!child.empty(), "a key with an empty name");
-        ReadTree(registry, root, path.empty() ? child : path + Text16(1, '\\') + child, out);
+        ReadTree(registry, root, path.empty() ? child : path + Units(1, '\\') + child, out);
     }
 }
 
 Snapshot ReadEverything(COM_IRegistry* registry) {
     Snapshot snapshot;
-    ReadTree(registry, 1, Text16(), snapshot);
-    ReadTree(registry, 2, Text16(), snapshot);
+    ReadTree(registry, 1, Units(), snapshot);
+    ReadTree(registry, 2, Units(), snapshot);
     return snapshot;
 }
 
 // What a fresh object reads in a chain of its own.
 Snapshot ReadCommitted() {
-    COM_IRegistry* reader = CreateRegistry();
-    Snapshot snapshot = ReadEverything(reader);
+    kesto::Ref<COM_IRegistry> reader = CreateRegistry();
+    Snapshot snapshot = ReadEverything(reader.get());
     FUZZ_CHECK(reader->Close() == S_OK, "closing a reading chain failed");
-    reader->Release();
     return snapshot;
 }
 
-void CheckStoredValue(COM_IRegistry* registry, const Text16& name, const Value& expected) {
+void CheckStoredValue(COM_IRegistry* registry, const Units& name, const Value& expected) {
     int kind = -1;
     FUZZ_CHECK(registry->GetValueKind(name.c_str(), &kind) == S_OK && kind == expected.kind,
                "a value just written has another kind");
     if (expected.kind == KESTO_REGISTRY_STRING) {
-        OwnedBSTR text;
-        FUZZ_CHECK(registry->GetStringValue(name.c_str(), &text) == S_OK, "a string just written cannot be read");
-        FUZZ_CHECK(text.Text() == expected.text, "a string value does not read back as written");
+        kesto::String text;
+        FUZZ_CHECK(registry->GetStringValue(name.c_str(), text.out()) == S_OK, "a string just written cannot be read");
+        FUZZ_CHECK(UnitsOf(text) == expected.text, "a string value does not read back as written");
         int number = 0;
         FUZZ_CHECK(registry->GetIntValue(name.c_str(), &number) == REGDB_E_INVALIDVALUE,
                    "a string value read as an integer");
@@ -160,15 +155,14 @@ void CheckStoredValue(COM_IRegistry* registry, const Text16& name, const Value& 
 }
 
 void RunCategoryOperation(FuzzedDataProvider& input) {
-    COM_ICatRegister* categories = nullptr;
-    HRESULT hr = COM_CreateInstance(COM_CLSID_CategoryManager, nullptr, COM_IID_ICatRegister,
-                                    reinterpret_cast<void**>(&categories));
-    FUZZ_CHECK(SUCCEEDED(hr) && categories != nullptr, "the category manager cannot be created");
+    kesto::Ref<COM_ICatRegister> categories;
+    HRESULT hr = COM_CreateInstance(COM_CLSID_CategoryManager, nullptr, COM_IID_ICatRegister, categories.out_void());
+    FUZZ_CHECK(SUCCEEDED(hr) && categories, "the category manager cannot be created");
     COM_GUID category = ConsumeGuid(input);
     COM_GUID clsid = ConsumeGuid(input);
     switch (input.ConsumeIntegralInRange<int>(0, 4)) {
         case 0: {
-            Text16 description = vantle::fuzz::ConsumeText16(input, 8);
+            Units description = vantle::fuzz::ConsumeUnits(input, 8);
             categories->RegisterCategory(category, input.ConsumeBool() ? nullptr : description.c_str());
             break;
         }
@@ -180,7 +174,6 @@ void RunCategoryOperation(FuzzedDataProvider& input) {
             FUZZ_CHECK(categories->UnregisterClassFromCategory(nullptr, clsid) == E_POINTER, "a NULL category");
             break;
     }
-    categories->Release();
 }
 
 std::string ReadFile(const std::string& path) {
@@ -221,27 +214,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (foreign.empty()) foreign = "not a registry";
         std::ofstream(g_file, std::ios::binary) << foreign;
         // The file is opened when the object is made, and refused there.
-        COM_IRegistry* registry = nullptr;
-        HRESULT hr = COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry,
-                                        reinterpret_cast<void**>(&registry));
-        FUZZ_CHECK(hr == REGDB_E_READREGDB && registry == nullptr, "a file that is not a registry was accepted");
-        COM_ICatRegister* categories = nullptr;
-        hr = COM_CreateInstance(COM_CLSID_CategoryManager, nullptr, COM_IID_ICatRegister,
-                                reinterpret_cast<void**>(&categories));
+        kesto::Ref<COM_IRegistry> registry;
+        HRESULT hr = COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
+        FUZZ_CHECK(hr == REGDB_E_READREGDB && !registry, "a file that is not a registry was accepted");
+        kesto::Ref<COM_ICatRegister> categories;
+        hr = COM_CreateInstance(COM_CLSID_CategoryManager, nullptr, COM_IID_ICatRegister, categories.out_void());
         if (SUCCEEDED(hr)) {
             FUZZ_CHECK(FAILED(categories->RegisterCategory(ConsumeGuid(input), nullptr)),
                        "a category was registered in a file that is not a registry");
-            categories->Release();
         }
         FUZZ_CHECK(ReadFile(g_file) == foreign, "a file that is not a registry was written");
         return 0;
     }
     Snapshot committed = ReadCommitted();
-    COM_IRegistry* registry = CreateRegistry();
+    kesto::Ref<COM_IRegistry> registry = CreateRegistry();
     bool chainOpen = false;
 
     for (int step = 0; step < 48 && input.remaining_bytes() > 0; ++step) {
-        Text16 name = ConsumeName(input);
+        Units name = ConsumeName(input);
         HRESULT hr = S_OK;
         switch (input.ConsumeIntegralInRange<int>(0, 13)) {
             case 0:
@@ -252,7 +242,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 // Close commits exactly what the chain could see.
                 Snapshot inChain;
                 bool readable = chainOpen;
-                if (readable) inChain = ReadEverything(registry);
+                if (readable) inChain = ReadEverything(registry.get());
                 hr = registry->Close();
                 FUZZ_CHECK(hr == S_OK, "Close failed");
                 if (readable) {
@@ -266,24 +256,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             case 3: hr = registry->CreateKey(name.c_str(), input.ConsumeIntegralInRange<int>(0, 2)); break;
             case 4: hr = registry->DeleteKey(name.c_str()); break;
             case 5: {
-                Text16 text = vantle::fuzz::ConsumeText16(input, 16, true);
+                Units text = vantle::fuzz::ConsumeUnits(input, 16, true);
                 bool nullValue = input.ConsumeIntegralInRange<int>(0, 7) == 0;
                 hr = registry->SetStringValue(name.c_str(), nullValue ? nullptr : text.c_str());
                 // The value is NUL-terminated text: an embedded NUL ends it.
-                Value expected{KESTO_REGISTRY_STRING, nullValue ? Text16() : Text16(text.c_str()), 0};
-                if (hr == S_OK) CheckStoredValue(registry, name, expected);
+                Value expected{KESTO_REGISTRY_STRING, nullValue ? Units() : Units(text.c_str()), 0};
+                if (hr == S_OK) CheckStoredValue(registry.get(), name, expected);
                 break;
             }
             case 6: {
-                OwnedBSTR text;
-                hr = registry->GetStringValue(name.c_str(), &text);
-                if (hr != S_OK) FUZZ_CHECK(text.Get() == nullptr, "a failed GetStringValue gave a string");
+                kesto::String text;
+                hr = registry->GetStringValue(name.c_str(), text.out());
+                if (hr != S_OK) FUZZ_CHECK(text.get() == nullptr, "a failed GetStringValue gave a string");
                 break;
             }
             case 7: {
-                Value expected{KESTO_REGISTRY_INTEGER, Text16(), input.ConsumeIntegral<int>()};
+                Value expected{KESTO_REGISTRY_INTEGER, Units(), input.ConsumeIntegral<int>()};
                 hr = registry->SetIntValue(name.c_str(), expected.number);
-                if (hr == S_OK) CheckStoredValue(registry, name, expected);
+                if (hr == S_OK) CheckStoredValue(registry.get(), name, expected);
                 break;
             }
             case 8: {
@@ -301,20 +291,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 break;
             case 10:
             case 11: {
-                COM_IRegistryEnum* names = nullptr;
-                hr = input.ConsumeBool() ? registry->EnumSubkeys(&names) : registry->EnumValues(&names);
+                kesto::Ref<COM_IRegistryEnum> names;
+                hr = input.ConsumeBool() ? registry->EnumSubkeys(names.out()) : registry->EnumValues(names.out());
                 if (SUCCEEDED(hr)) {
-                    FUZZ_CHECK(names != nullptr, "an enumeration succeeded without an enumerator");
-                    Enumerate(names);
-                    names->Release();
+                    FUZZ_CHECK(names, "an enumeration succeeded without an enumerator");
+                    Enumerate(names.get());
                 } else {
-                    FUZZ_CHECK(names == nullptr, "a failed enumeration gave an enumerator");
+                    FUZZ_CHECK(!names, "a failed enumeration gave an enumerator");
                 }
                 break;
             }
             case 12:
                 // Releasing before Close rolls the chain back.
-                registry->Release();
+                registry.reset();
                 FUZZ_CHECK(ReadCommitted() == committed, "a released chain was not rolled back");
                 registry = CreateRegistry();
                 chainOpen = false;
@@ -329,7 +318,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
         (void)hr;
     }
-    registry->Release();
+    registry.reset();
     FUZZ_CHECK(ReadCommitted() == committed, "the last chain was not rolled back");
     return 0;
 }

@@ -15,7 +15,6 @@
 #include "FuzzSupport.h"
 #include "parseScanString.h"
 
-using vantle::fuzz::Text16;
 
 namespace {
 
@@ -66,7 +65,7 @@ void CheckTrims(const ViewPair& views) {
 void CheckSearches(FuzzedDataProvider& input, const ViewPair& views) {
     unsigned long length = views.exact.Length();
 
-    Text16 needle = vantle::fuzz::ConsumeText16(input, 6);
+    Units needle = vantle::fuzz::ConsumeUnits(input, 6);
     unsigned long start = input.ConsumeBool() ? CScanString::NPOS
                                               : input.ConsumeIntegralInRange<unsigned long>(0, length + 2);
     if (input.ConsumeBool()) start = input.ConsumeIntegralInRange<unsigned long>(0, length + 2);
@@ -101,8 +100,8 @@ void CheckSearches(FuzzedDataProvider& input, const ViewPair& views) {
     FUZZ_CHECK(views.middle.ContainsUnicode() == wide, "ContainsUnicode disagrees with a plain search");
 }
 
-void CheckComparisons(FuzzedDataProvider& input, const ViewPair& views, const Text16& text) {
-    Text16 otherText = input.ConsumeBool() ? text : vantle::fuzz::ConsumeText16(input, 12, true);
+void CheckComparisons(FuzzedDataProvider& input, const ViewPair& views, const Units& text) {
+    Units otherText = input.ConsumeBool() ? text : vantle::fuzz::ConsumeUnits(input, 12, true);
     if (input.ConsumeBool() && !otherText.empty()) otherText.pop_back();
     CScanString other(otherText.data(), otherText.data() + otherText.size());
 
@@ -149,18 +148,16 @@ void CheckConversions(const ViewPair& views) {
     FUZZ_CHECK(boolean == integer, "AsBoolean and AsInteger accept different texts");
     FUZZ_CHECK(boolean ? flag == (number != 0 ? 1 : 0) : flag == 7, "AsBoolean's output");
 
-    utlWString digits = vantle::fuzz::Ascii16("untouched");
+    utlWString digits = W("untouched").units();
     bool numeric = views.middle.AsNumber(digits);
     FUZZ_CHECK(numeric == views.exact.IsNumber(), "AsNumber and IsNumber accept different texts");
-    if (!numeric) FUZZ_CHECK(digits == vantle::fuzz::Ascii16("untouched"), "a failed AsNumber wrote its output");
+    if (!numeric) FUZZ_CHECK(digits == W("untouched").units(), "a failed AsNumber wrote its output");
     utlWString digitsExact;
     if (views.exact.AsNumber(digitsExact)) FUZZ_CHECK(digits == digitsExact, "AsNumber");
 
-    BSTR copy = views.middle.AsBSTR();
-    FUZZ_CHECK(copy != nullptr, "AsBSTR failed without fault injection");
-    FUZZ_CHECK(COM_SysStringLen(copy) == views.exact.Length() && std::equal(views.exact.Begin(), views.exact.End(), copy),
-               "AsBSTR does not hold the view");
-    COM_SysFreeString(copy);
+    kesto::String copy(views.middle.AsBSTR());
+    FUZZ_CHECK(!copy.is_null(), "AsBSTR failed without fault injection");
+    FUZZ_CHECK(UnitsOf(copy) == Units(views.exact.Begin(), views.exact.End()), "AsBSTR does not hold the view");
 
     std::unique_ptr<unsigned short[]> cString(views.middle.AsCString());
     FUZZ_CHECK(std::equal(views.exact.Begin(), views.exact.End(), cString.get()) &&
@@ -197,12 +194,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vantle::fuzz::LiveStringGuard strings;
     FuzzedDataProvider input(data, size);
 
-    Text16 text = vantle::fuzz::ConsumeText16(input, 64, true);
+    Units text = vantle::fuzz::ConsumeUnits(input, 64, true);
     // The view's neighbours are letters and digits, the characters a read past the
     // view's end would most likely mistake for its own.
-    Text16 before = vantle::fuzz::Ascii16(input.ConsumeBool() ? "Ab9" : "(\"");
-    Text16 after = vantle::fuzz::Ascii16(input.ConsumeBool() ? "b1)" : "\" )");
-    Text16 buffer = before + text + after;
+    Units before = W(input.ConsumeBool() ? "Ab9" : "(\"").units();
+    Units after = W(input.ConsumeBool() ? "b1)" : "\" )").units();
+    Units buffer = before + text + after;
 
     std::unique_ptr<unsigned short[]> exactBlock(new unsigned short[text.size()]);
     std::copy(text.begin(), text.end(), exactBlock.get());
@@ -219,10 +216,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The other constructors see the same characters.
     CScanString fromString(text);
     FUZZ_CHECK(fromString == views.exact, "the string constructor");
-    BSTR bstr = COM_SysAllocStringLen(text.data(), static_cast<unsigned int>(text.size()));
-    CScanString fromBSTR(static_cast<CBSTR>(bstr));
-    FUZZ_CHECK(fromBSTR == views.exact, "the BSTR constructor");
-    COM_SysFreeString(bstr);
+    kesto::String bstr(COM_SysAllocStringLen(text.data(), static_cast<unsigned int>(text.size())));
+    FUZZ_CHECK(CScanString(static_cast<CBSTR>(bstr.get())) == views.exact, "the BSTR constructor");
     FUZZ_CHECK(CScanString(static_cast<CBSTR>(nullptr)).Begin() == nullptr, "a NULL BSTR gives the null view");
     return 0;
 }

@@ -16,8 +16,6 @@
 
 #include "FuzzService.h"
 
-using vantle::fuzz::OwnedBSTR;
-using vantle::fuzz::Text16;
 
 namespace {
 
@@ -25,7 +23,7 @@ const int kSlots = 14;
 
 // Byte-wise order of the units as they lie in memory, then the shorter first.
 struct MemoryOrder {
-    bool operator()(const Text16& a, const Text16& b) const {
+    bool operator()(const Units& a, const Units& b) const {
         size_t common = std::min(a.size(), b.size());
         int bytes = std::memcmp(a.data(), b.data(), common * sizeof(unsigned short));
         if (bytes != 0) return bytes < 0;
@@ -35,15 +33,15 @@ struct MemoryOrder {
 
 struct Scope {
     int language = 0;
-    std::map<Text16, std::array<std::optional<Text16>, kSlots>, MemoryOrder> symbols;
+    std::map<Units, std::array<std::optional<Units>, kSlots>, MemoryOrder> symbols;
 };
 
 class Model {
 public:
     Model() : m_scopes(1) {}
 
-    void Set(const Text16& name, int kind, const Text16& value) { m_scopes.back().symbols[name][kind] = value; }
-    void Remove(const Text16& name, int kind) {
+    void Set(const Units& name, int kind, const Units& value) { m_scopes.back().symbols[name][kind] = value; }
+    void Remove(const Units& name, int kind) {
         auto& symbols = m_scopes.back().symbols;
         auto found = symbols.find(name);
         if (found == symbols.end()) return;
@@ -54,7 +52,7 @@ public:
         symbols.erase(found);
     }
     // The answering scope's language and value, or nothing.
-    std::optional<std::pair<int, Text16>> Lookup(const Text16& name, int kind) const {
+    std::optional<std::pair<int, Units>> Lookup(const Units& name, int kind) const {
         for (auto scope = m_scopes.rbegin(); scope != m_scopes.rend(); ++scope) {
             auto found = scope->symbols.find(name);
             if (found != scope->symbols.end() && found->second[kind].has_value()) {
@@ -70,15 +68,15 @@ public:
     void Pop() {
         if (m_scopes.size() > 1) m_scopes.pop_back();
     }
-    Text16 List(unsigned int filter) const {
-        Text16 list;
+    Units List(unsigned int filter) const {
+        Units list;
         for (auto scope = m_scopes.rbegin(); scope != m_scopes.rend(); ++scope) {
             for (const auto& [name, slots] : scope->symbols) {
                 bool selected = false;
                 for (int kind = 1; kind <= 11; ++kind) {
                     if ((filter & (1u << (kind - 1))) != 0 && slots[kind].has_value()) selected = true;
                 }
-                if (selected) list += name + Text16(1, ',');
+                if (selected) list += name + Units(1, ',');
             }
         }
         return list;
@@ -88,11 +86,11 @@ private:
     std::vector<Scope> m_scopes;
 };
 
-Text16 ConsumeName(FuzzedDataProvider& input) {
+Units ConsumeName(FuzzedDataProvider& input) {
     static const char* const kNames[] = {"x", "X", "a", "b", "B", "Abc", "abc", "", "INCLUDEINHERITED", "%Text"};
     unsigned char pick = input.ConsumeIntegral<unsigned char>();
-    if (pick < 220) return vantle::fuzz::Ascii16(kNames[pick % (sizeof(kNames) / sizeof(kNames[0]))]);
-    return vantle::fuzz::ConsumeText16(input, 6);
+    if (pick < 220) return W(kNames[pick % (sizeof(kNames) / sizeof(kNames[0]))]).units();
+    return vantle::fuzz::ConsumeUnits(input, 6);
 }
 
 int ConsumeKind(FuzzedDataProvider& input) {
@@ -108,7 +106,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vantle::fuzz::LiveStringGuard strings;
     FuzzedDataProvider input(data, size);
     vantle::fuzz::ServiceUnderTest service;
-    COM_IVantleAssist* assist = service.assist;
+    COM_IVantleAssist* assist = service.assist.get();
     Model model;
 
     bool faults = input.ConsumeIntegralInRange<int>(0, 7) == 0;
@@ -119,18 +117,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const bool checked = !faults;
 
     for (int step = 0; step < 64 && input.remaining_bytes() > 0; ++step) {
-        Text16 name = ConsumeName(input);
+        Units name = ConsumeName(input);
         int kind = ConsumeKind(input);
         bool validKind = kind >= 0 && kind < kSlots;
         SYMBOL_KIND symbolKind = static_cast<SYMBOL_KIND>(kind);
         switch (input.ConsumeIntegralInRange<int>(0, 7)) {
             case 0:
             case 1: {
-                Text16 value = vantle::fuzz::ConsumeText16(input, 10);
+                Units value = vantle::fuzz::ConsumeUnits(input, 10);
                 bool nullValue = input.ConsumeIntegralInRange<int>(0, 9) == 0;
                 HRESULT hr = assist->SetSymbol(name.c_str(), symbolKind, nullValue ? nullptr : value.c_str());
                 if (checked) FUZZ_CHECK((hr == S_OK) == validKind, "SetSymbol accepted a bad kind or refused a good one");
-                if (checked && validKind) model.Set(name, kind, nullValue ? Text16() : value);
+                if (checked && validKind) model.Set(name, kind, nullValue ? Units() : value);
                 break;
             }
             case 2: {
@@ -142,20 +140,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             case 3:
             case 4: {
                 ParserLanguage language = static_cast<ParserLanguage>(-7);
-                OwnedBSTR value;
-                HRESULT hr = assist->LookupSymbol(name.c_str(), symbolKind, &language, &value);
+                kesto::String value;
+                HRESULT hr = assist->LookupSymbol(name.c_str(), symbolKind, &language, value.out());
                 if (!checked) break;
                 if (!validKind) {
-                    FUZZ_CHECK(FAILED(hr) && value.Get() == nullptr, "LookupSymbol of a bad kind");
+                    FUZZ_CHECK(FAILED(hr) && value.get() == nullptr, "LookupSymbol of a bad kind");
                     break;
                 }
                 auto expected = model.Lookup(name, kind);
                 if (expected) {
                     FUZZ_CHECK(hr == S_OK, "LookupSymbol missed a symbol in scope");
                     FUZZ_CHECK(language == expected->first, "LookupSymbol named the wrong scope's language");
-                    FUZZ_CHECK(value.Text() == expected->second, "LookupSymbol answered the wrong value");
+                    FUZZ_CHECK(UnitsOf(value) == expected->second, "LookupSymbol answered the wrong value");
                 } else {
-                    FUZZ_CHECK(hr == S_FALSE && value.Get() == nullptr, "LookupSymbol found a symbol out of scope");
+                    FUZZ_CHECK(hr == S_FALSE && value.get() == nullptr, "LookupSymbol found a symbol out of scope");
                     FUZZ_CHECK(language == static_cast<ParserLanguage>(-7), "a failed lookup wrote a language");
                 }
                 break;
@@ -173,13 +171,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 break;
             default: {
                 unsigned int filter = input.ConsumeBool() ? input.ConsumeIntegral<unsigned int>() : 0x7FFu;
-                OwnedBSTR list;
-                HRESULT hr = service.assist2->GetSymbols(filter, &list);
+                kesto::String list;
+                HRESULT hr = service.assist2->GetSymbols(filter, list.out());
                 if (!checked) break;
-                Text16 expected = model.List(filter);
-                FUZZ_CHECK(list.Text() == expected, "GetSymbols listed the wrong names");
+                Units expected = model.List(filter);
+                FUZZ_CHECK(UnitsOf(list) == expected, "GetSymbols listed the wrong names");
                 FUZZ_CHECK(hr == (expected.empty() ? S_FALSE : S_OK), "GetSymbols' result");
-                if (expected.empty()) FUZZ_CHECK(list.Get() == nullptr, "an empty listing is not NULL");
+                if (expected.empty()) FUZZ_CHECK(list.get() == nullptr, "an empty listing is not NULL");
                 break;
             }
         }

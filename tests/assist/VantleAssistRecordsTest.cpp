@@ -61,6 +61,7 @@ TEST(Tokenize, SplitsOutsideQuotesAndParentheses) {
         {u",b", u',', 0, "", 0},              // separator at start: empty item
         {u"a),b,c", u',', 0, "a),b,c", kNone},  // depth below zero never splits
         {u"\"a,b", u',', 0, "\"a,b", kNone},    // unclosed quote
+        {u"\"(\",x", u',', 0, "\"(\"", 3},     // '(' inside quotes opens nothing
         {u"x:%T(\")\",a):y", u':', 0, "x", 1},
         {u"%T(\")\",a):y", u':', 0, "%T(\")\",a)", 9},  // ')' inside quotes kept
         {u"", u',', 0, "", kNone},

@@ -37,6 +37,7 @@ TEST(ServiceObject, EditorDrivesEveryInterfaceThroughTableSlots) {
     void* assist3 = RawQuery(unknown, COM_IID_IVantleAssist3);
     void* identity = RawQuery(assist3, COM_IID_IUnknown);
     EXPECT_EQ(identity, unknown) << "the same identity from any interface";
+    EXPECT_EQ(identity, assist) << "the first interface of the table is the identity";
     EXPECT_EQ(CallSlot<unsigned long>(assist2, kAddRef), 7u);
 
     EXPECT_EQ(CallSlot<HRESULT>(assist, kInitialize, tree.Manager()), S_OK);

@@ -6,13 +6,10 @@
 #include <cstdio>
 #include <string>
 
+#include "AssistService.h"
 #include "kesto/diagnostics.h"
-#include "tree_test_support.h"
 
 namespace {
-
-using treetest::LoadText;
-using treetest::NewManager;
 
 struct BadFile {
     const char* label;
@@ -50,11 +47,14 @@ const BadFile kBadFiles[] = {
      "this class has no \"name\"", ""},
     {"class name with a blank", "{\"classes\": [{\n \"name\": \"Shop Order\"}]}", TNODE_E_INVALIDCLASSNAME, "2:10",
      "blanks", ""},
+    {"class name with a comma, which would split class lists", "{\"classes\": [{\"name\": \"Shop,Item\"}]}",
+     TNODE_E_INVALIDCLASSNAME, "1:23", "Shop,Item", ""},
     {"member name with a parenthesis",
      "{\"classes\": [{\"name\": \"A.B\", \"methods\": [{\n \"name\": \"Run()\"}]}]}", TNODE_E_INVALIDNAME, "2:10",
      "must not hold", "(class A.B"},
-    {"class defined twice",
-     "{\"classes\": [\n {\"name\": \"Shop.Line\"},\n {\"name\": \"Shop.Order\"},\n   {\"name\": \"Shop.Line\"}]}",
+    {"the first of two classes defined twice",
+     "{\"classes\": [\n {\"name\": \"Shop.Line\"},\n {\"name\": \"Shop.Item\"},\n   {\"name\": \"Shop.Line\"},\n"
+     " {\"name\": \"Shop.Item\"}]}",
      TNODE_E_CLASSEXISTS, "4:13", "class \"Shop.Line\" is defined twice (first at line 2, column 11)", ""},
     {"method defined twice in one class",
      "{\"classes\": [{\"name\": \"A.B\", \"methods\": [\n {\"name\": \"Run\"},\n {\"name\": \"Stop\"},\n  {\"name\": "
@@ -80,9 +80,9 @@ const BadFile kBadFiles[] = {
 TEST(DictionaryLoading, EachErrorIsRefusedWithItsPositionAndContext) {
     for (const BadFile& bad : kBadFiles) {
         SCOPED_TRACE(bad.label);
-        auto manager = NewManager();
+        auto manager = NewTree();
         const long stringsBefore = KESTO_LiveStringCount();
-        auto outcome = LoadText(manager.get(), bad.json, "shop.json");
+        auto outcome = Load(manager.get(), bad.json, "shop.json");
         EXPECT_EQ(outcome.status, bad.status) << outcome.message;
         EXPECT_EQ(outcome.message.rfind(std::string("shop.json:") + bad.position + ": ", 0), 0u) << outcome.message;
         EXPECT_NE(outcome.message.find(bad.says), std::string::npos) << outcome.message;
@@ -95,9 +95,9 @@ TEST(DictionaryLoading, EachErrorIsRefusedWithItsPositionAndContext) {
 }
 
 TEST(DictionaryLoading, EveryKeyButNameIsOptional) {
-    auto manager = NewManager();
-    EXPECT_EQ(LoadText(manager.get(), "{}").status, S_OK) << "an empty dictionary";
-    auto outcome = LoadText(manager.get(),
+    auto manager = NewTree();
+    EXPECT_EQ(Load(manager.get(), "{}").status, S_OK) << "an empty dictionary";
+    auto outcome = Load(manager.get(),
                             R"({"classes": [{"name": "A.B", "methods": [{"name": "M"}],
                                "properties": [{"name": "P"}], "parameters": [{"name": "Q"}]},
                               {"name": "A.C", "super": [], "methods": [], "properties": [], "parameters": []}]})");
@@ -110,19 +110,18 @@ TEST(DictionaryLoading, EveryKeyButNameIsOptional) {
 }
 
 TEST(DictionaryLoading, AFailedLoadKeepsTheTreeLoadedBefore) {
-    auto manager = NewManager();
-    BSTR path = nullptr;
-    manager->GetDictionaryPath(&path);
-    EXPECT_EQ(Take(path), "") << "nothing loaded yet";
-    ASSERT_EQ(LoadText(manager.get(), R"({"classes": [{"name": "A.Kept"}]})", "first.json").status, S_OK);
-    ASSERT_NE(LoadText(manager.get(), R"({"classes": [{"name": "A.New"}, {"name": "A.New"}]})").status, S_OK);
-    ASSERT_NE(LoadText(manager.get(), R"({"classes": [{"name": "A.New", "super": ["A.None"]}]})").status, S_OK);
-    COM_ITNodeElement* node = nullptr;
-    EXPECT_EQ(manager->GetClassNode(W("A.Kept"), &node), S_OK);
-    if (node) node->Release();
-    EXPECT_EQ(manager->GetClassNode(W("A.New"), &node), TNODE_E_CLASSNOTEXIST);
-    manager->GetDictionaryPath(&path);
-    EXPECT_EQ(Take(path), "first.json");
+    auto manager = NewTree();
+    kesto::String path;
+    manager->GetDictionaryPath(path.out());
+    EXPECT_EQ(Narrow(path), "") << "nothing loaded yet";
+    ASSERT_EQ(Load(manager.get(), R"({"classes": [{"name": "A.Kept"}]})", "first.json").status, S_OK);
+    ASSERT_NE(Load(manager.get(), R"({"classes": [{"name": "A.New"}, {"name": "A.New"}]})").status, S_OK);
+    ASSERT_NE(Load(manager.get(), R"({"classes": [{"name": "A.New", "super": ["A.None"]}]})").status, S_OK);
+    kesto::Ref<COM_ITNodeElement> node;
+    EXPECT_EQ(manager->GetClassNode(W("A.Kept"), node.out()), S_OK);
+    EXPECT_EQ(manager->GetClassNode(W("A.New"), node.out()), TNODE_E_CLASSNOTEXIST);
+    manager->GetDictionaryPath(path.out());
+    EXPECT_EQ(Narrow(path), "first.json");
 }
 
 TEST(DictionaryLoading, ReadsAFileRemembersItsPathAndNamesThePathOfAFileItCannotRead) {
@@ -132,17 +131,15 @@ TEST(DictionaryLoading, ReadsAFileRemembersItsPathAndNamesThePathOfAFileItCannot
     std::string json = R"({"format": "vantle-class-dictionary/1", "classes": [{"name": "A.B"}]})";
     ASSERT_EQ(write(fd, json.data(), json.size()), static_cast<ssize_t>(json.size()));
     close(fd);
-    auto manager = NewManager();
-    BSTR message = reinterpret_cast<BSTR>(1);  // must be overwritten
-    EXPECT_EQ(manager->LoadDictionary(W(path), &message), S_OK);
-    EXPECT_EQ(message, nullptr);
+    auto manager = NewTree();
+    EXPECT_EQ(LoadFile(manager.get(), path).message, "(null)") << "no message on success";
     std::remove(path);
-    BSTR loaded = nullptr;
-    manager->GetDictionaryPath(&loaded);
-    EXPECT_EQ(Take(loaded), path);
+    kesto::String loaded;
+    manager->GetDictionaryPath(loaded.out());
+    EXPECT_EQ(Narrow(loaded), path);
     for (auto [unreadable, reason] : {std::pair{"/nonexistent/dir/shop.json", "No such file"}, std::pair{"/tmp", ""}}) {
-        EXPECT_EQ(manager->LoadDictionary(W(unreadable), &message), STG_E_FILENOTFOUND) << unreadable;
-        std::string text = Take(message);
+        auto [status, text] = LoadFile(manager.get(), unreadable);
+        EXPECT_EQ(status, STG_E_FILENOTFOUND) << unreadable;
         EXPECT_NE(text.find(unreadable), std::string::npos) << text;
         EXPECT_NE(text.find(reason), std::string::npos) << text;
     }

@@ -2,13 +2,15 @@
 // keyword answers, as a component reads them.
 #include <gtest/gtest.h>
 
+#include <utility>
+
+#include "AssistService.h"
 #include "StringBalanceTest.h"
 #include "kesto/diagnostics.h"
-#include "tree_test_support.h"
 
 namespace {
 
-using treetest::Ref;
+using kesto::Ref;
 
 // Shop.Order inherits from Document (short name, same package) and Audit. Document
 // inherits from %Library.Base. Check is defined by Base and by Audit: the walk is
@@ -34,37 +36,40 @@ const char kShop[] = R"({"format": "vantle-class-dictionary/1", "classes": [
   {"name": "Shop.Line"},
   {"name": "%Library.Text", "classType": "datatype"}]})";
 
-// "name=values;" for each entry of a listing.
-std::string Drain(COM_IStringCollection* children) {
+// "name=values;" for each entry of a listing, which is released.
+std::string Drain(Ref<COM_IStringCollection> children) {
     std::string entries;
-    BSTR name = nullptr, values = nullptr;
-    while (children->Next(&name, &values) == S_OK) entries += Take(name) + "=" + Take(values) + ";";
-    EXPECT_TRUE(name == nullptr && values == nullptr);
-    EXPECT_EQ(children->Next(&name, &values), S_FALSE) << "the end repeats";
-    children->Release();
+    kesto::String name, values;
+    while (children->Next(name.out(), values.out()) == S_OK) entries += Narrow(name) + "=" + Narrow(values) + ";";
+    EXPECT_TRUE(name.is_null() && values.is_null());
+    EXPECT_EQ(children->Next(name.out(), values.out()), S_FALSE) << "the end repeats";
     return entries;
+}
+
+Ref<COM_ITNodeElement> Node(COM_ITNodeManager* manager, const char* name) {
+    Ref<COM_ITNodeElement> node;
+    EXPECT_EQ(manager->GetClassNode(W(name), node.out()), S_OK) << name;
+    return node;
+}
+
+std::string List(COM_ITNodeElement* node, const char* kind, const char* query, int inherited) {
+    Ref<COM_IStringCollection> children;
+    EXPECT_EQ(node->OpenChildren(W(kind), W(query), inherited, children.out()), S_OK);
+    return children ? Drain(std::move(children)) : "";
 }
 
 class ClassNodes : public StringBalanceTest {
 protected:
     void SetUp() override {
-        auto outcome = treetest::LoadText(manager_.get(), kShop);
+        auto outcome = Load(manager_.get(), kShop);
         ASSERT_EQ(outcome.status, S_OK) << outcome.message;
     }
-
-    Ref<COM_ITNodeElement> Node(const char* name) {
-        COM_ITNodeElement* node = nullptr;
-        EXPECT_EQ(manager_->GetClassNode(W(name), &node), S_OK) << name;
-        return Ref<COM_ITNodeElement>(node);
-    }
-
+    Ref<COM_ITNodeElement> Node(const char* name) { return ::Node(manager_.get(), name); }
     std::string List(const char* cls, const char* kind, const char* query, int inherited) {
-        COM_IStringCollection* children = nullptr;
-        EXPECT_EQ(Node(cls)->OpenChildren(W(kind), W(query), inherited, &children), S_OK);
-        return children ? Drain(children) : "";
+        return ::List(Node(cls).get(), kind, query, inherited);
     }
 
-    Ref<COM_ITNodeManager> manager_ = treetest::NewManager();
+    Ref<COM_ITNodeManager> manager_ = NewTree();
 };
 
 TEST_F(ClassNodes, ListingsAnswerEachSubscriptInTheQueryOrderWithTheNearestDefinitionWinning) {
@@ -101,23 +106,22 @@ TEST_F(ClassNodes, ClassKeywordsAndTheRuntimeSlots) {
         {"%Library.Text", "23", "datatype", 1}, {"Shop.Order", "23", "", 1}, {"Shop.Document", "23", "persistent", 1},
         {"Shop.Order", "1", "Shop.Order", 1},   {"Shop.Order", "4", "an order", 1}, {"Shop.Order", "42", "", 0},
     };
+    kesto::String text;
     for (const auto& [cls, subscript, value, known] : keywords) {
-        BSTR text = nullptr;
         int a = -1, b = -1, c = -1;
-        EXPECT_EQ(Node(cls)->GetKeyword(W(subscript), &text, &a, &b, &c), S_OK);
-        EXPECT_EQ(Take(text), value) << cls << " " << subscript;
+        EXPECT_EQ(Node(cls)->GetKeyword(W(subscript), text.out(), &a, &b, &c), S_OK);
+        EXPECT_EQ(Narrow(text), value) << cls << " " << subscript;
         EXPECT_TRUE(a == known && b == 0 && c == 0) << cls << " " << subscript;
     }
     auto order = Node("Shop.Order");
-    BSTR text = nullptr;
-    EXPECT_EQ(order->GetSuperClasses(&text), S_OK);
-    EXPECT_EQ(Take(text), "Shop.Document,Shop.Audit,");
-    EXPECT_EQ(Node("Shop.Line")->GetSuperClasses(&text), S_FALSE);
-    EXPECT_EQ(Take(text), "");
-    EXPECT_EQ(order->GetName(&text), S_OK);
-    EXPECT_EQ(Take(text), "Shop.Order");
-    EXPECT_EQ(order->GetDescription(&text), S_OK);
-    EXPECT_EQ(Take(text), "an order");
+    EXPECT_EQ(order->GetSuperClasses(text.out()), S_OK);
+    EXPECT_EQ(Narrow(text), "Shop.Document,Shop.Audit,");
+    EXPECT_EQ(Node("Shop.Line")->GetSuperClasses(text.out()), S_FALSE);
+    EXPECT_EQ(Narrow(text), "");
+    EXPECT_EQ(order->GetName(text.out()), S_OK);
+    EXPECT_EQ(Narrow(text), "Shop.Order");
+    EXPECT_EQ(order->GetDescription(text.out()), S_OK);
+    EXPECT_EQ(Narrow(text), "an order");
     unsigned int count = 0;
     EXPECT_EQ(order->GetChildCount(W("m"), 0, &count), S_OK);
     EXPECT_EQ(count, 1u) << "own members only";
@@ -129,14 +133,14 @@ TEST_F(ClassNodes, BadChildKindsAndQueriesAreRefused) {
                                {"m", "99999999:1"}}) {
         COM_IStringCollection* children = reinterpret_cast<COM_IStringCollection*>(1);
         EXPECT_EQ(node->OpenChildren(W(kind), W(query), 1, &children), E_INVALIDARG) << kind << " " << query;
-        EXPECT_EQ(children, nullptr);
+        EXPECT_EQ(children, nullptr) << "the output is cleared";
     }
     EXPECT_EQ(node->OpenChildren(W("m"), nullptr, 1, nullptr), E_POINTER);
 }
 
 TEST_F(ClassNodes, AFailedStringAllocationDoesNotConsumeTheEntry) {
-    COM_IStringCollection* children = nullptr;
-    ASSERT_EQ(Node("Shop.Order")->OpenChildren(W("m"), W("1:2"), 1, &children), S_OK);
+    Ref<COM_IStringCollection> children;
+    ASSERT_EQ(Node("Shop.Order")->OpenChildren(W("m"), W("1:2"), 1, children.out()), S_OK);
     for (unsigned long skip : {0ul, 1ul}) {  // the name fails, then the values
         KESTO_FaultInjectStrings(skip, 1);
         BSTR name = reinterpret_cast<BSTR>(1), values = reinterpret_cast<BSTR>(1);
@@ -144,18 +148,18 @@ TEST_F(ClassNodes, AFailedStringAllocationDoesNotConsumeTheEntry) {
         EXPECT_TRUE(name == nullptr && values == nullptr);
         KESTO_FaultInjectStrings(0, 0);
     }
-    EXPECT_EQ(Drain(children).substr(0, 22), "%New=13:%Library.Base;");
+    EXPECT_EQ(Drain(std::move(children)).substr(0, 22), "%New=13:%Library.Base;");
 }
 
 TEST_F(ClassNodes, NodesAndListingsOutliveReloadsAndTheManagerAndAnswerTheirInterfaces) {
     auto node = Node("Shop.Order");
-    COM_IStringCollection* children = nullptr;
-    ASSERT_EQ(node->OpenChildren(W("m"), W("1:2"), 1, &children), S_OK);
-    ASSERT_EQ(treetest::LoadText(manager_.get(), R"({"classes": [{"name": "Other.Thing"}]})").status, S_OK);
-    COM_IClassCache* cache = nullptr;
-    ASSERT_EQ(manager_->QueryInterface(COM_IID_IClassCache, reinterpret_cast<void**>(&cache)), S_OK);
+    Ref<COM_IStringCollection> children;
+    ASSERT_EQ(node->OpenChildren(W("m"), W("1:2"), 1, children.out()), S_OK);
+    ASSERT_EQ(Load(manager_.get(), R"({"classes": [{"name": "Other.Thing"}]})").status, S_OK);
+    Ref<COM_IClassCache> cache;
+    ASSERT_EQ(manager_->QueryInterface(COM_IID_IClassCache, cache.out_void()), S_OK);
     EXPECT_EQ(cache->Reset(), S_OK);
-    cache->Release();
+    cache.reset();
     manager_.reset();
     unsigned int count = 0;
     EXPECT_EQ(node->GetChildCount(W("m"), 1, &count), S_OK);
@@ -168,7 +172,7 @@ TEST_F(ClassNodes, NodesAndListingsOutliveReloadsAndTheManagerAndAnswerTheirInte
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(children->QueryInterface(COM_IID_IStringCollection, &out), S_OK);
     EXPECT_EQ(children->Release(), 1u);
-    EXPECT_EQ(Drain(children), "%New=13:%Library.Base;Check=13:%Library.Base;Describe=13:Shop.Document;"
+    EXPECT_EQ(Drain(std::move(children)), "%New=13:%Library.Base;Check=13:%Library.Base;Describe=13:Shop.Document;"
                                "Log=10:Shop.Audit;Save=13:Shop.Document;Total=10:Shop.Order;");
 }
 
@@ -186,26 +190,21 @@ TEST_F(ClassNodes, NamesAndAnswersOnEitherSideOfTheShortStringSizeComeBackExact)
                 type + R"("})";
         expected += name + "=" + std::to_string(length) + ":" + type + ";";
     }
-    ASSERT_EQ(treetest::LoadText(manager_.get(), json + "]}]}").status, S_OK);
+    ASSERT_EQ(Load(manager_.get(), json + "]}]}").status, S_OK);
     EXPECT_EQ(List("L.Sizes", "m", "2:42", 0), expected);
 }
 
 // A diamond: both paths reach Root; it is walked once, where depth first meets it
 // first, so Left's override of Root's member beats Right's only by position.
 TEST(Lineage, DiamondVisitsTheSharedAncestorOnce) {
-    auto manager = treetest::NewManager();
-    auto outcome = treetest::LoadText(manager.get(), R"({"classes": [
+    auto manager = NewTree();
+    auto outcome = Load(manager.get(), R"({"classes": [
       {"name": "D.Root", "methods": [{"name": "A"}, {"name": "B"}, {"name": "C"}]},
       {"name": "D.Left", "super": ["Root"], "methods": [{"name": "B"}]},
       {"name": "D.Right", "super": ["Root"], "methods": [{"name": "B"}, {"name": "C"}]},
       {"name": "D.Bottom", "super": ["Left", "Right"]}]})");
     ASSERT_EQ(outcome.status, S_OK) << outcome.message;
-    COM_ITNodeElement* node = nullptr;
-    ASSERT_EQ(manager->GetClassNode(W("D.Bottom"), &node), S_OK);
-    COM_IStringCollection* children = nullptr;
-    ASSERT_EQ(node->OpenChildren(W("m"), W("1:2"), 1, &children), S_OK);
-    EXPECT_EQ(Drain(children), "A=6:D.Root;B=6:D.Left;C=6:D.Root;");
-    node->Release();
+    EXPECT_EQ(List(Node(manager.get(), "D.Bottom").get(), "m", "1:2", 1), "A=6:D.Root;B=6:D.Left;C=6:D.Root;");
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 // class cache.
 #include <gtest/gtest.h>
 
+#include "AssistService.h"
 #include "StringBalanceTest.h"
-#include "tree_test_support.h"
 
 namespace {
 
@@ -17,10 +17,9 @@ class Manager : public StringBalanceTest {
 protected:
     void SetUp() override {
         ASSERT_TRUE(manager_);
-        ASSERT_EQ(treetest::LoadText(manager_.get(), kClasses).status, S_OK);
-        ASSERT_EQ(manager_->QueryInterface(COM_IID_IClassCache, reinterpret_cast<void**>(&cache_)), S_OK);
+        ASSERT_EQ(Load(manager_.get(), kClasses).status, S_OK);
+        ASSERT_EQ(manager_->QueryInterface(COM_IID_IClassCache, cache_.out_void()), S_OK);
     }
-    void TearDown() override { cache_->Release(); }
 
     std::string Normalize(const char* name, const char* relativeTo, HRESULT expected = S_OK) {
         BSTR out = reinterpret_cast<BSTR>(1);
@@ -28,8 +27,8 @@ protected:
         return Take(out);
     }
 
-    treetest::Ref<COM_ITNodeManager> manager_ = treetest::NewManager();
-    COM_IClassCache* cache_ = nullptr;
+    kesto::Ref<COM_ITNodeManager> manager_ = NewTree();
+    kesto::Ref<COM_IClassCache> cache_;
 };
 
 TEST_F(Manager, NormalizesShortNamesAndRefusesNamesThatCannotBeClassNames) {
@@ -79,9 +78,9 @@ TEST_F(Manager, ListsClassesByPrefixInCodeUnitOrder) {
              "Util.Line,Util.Money,"},
     };
     for (const auto& [prefix, expected] : cases) {
-        BSTR out = nullptr;
-        EXPECT_EQ(cache_->GetClassList(W(prefix), &out), expected.empty() ? S_FALSE : S_OK) << prefix;
-        EXPECT_EQ(Take(out), expected);
+        kesto::String out;
+        EXPECT_EQ(cache_->GetClassList(W(prefix), out.out()), expected.empty() ? S_FALSE : S_OK) << prefix;
+        EXPECT_EQ(Narrow(out), expected);
     }
 }
 
@@ -92,13 +91,12 @@ TEST_F(Manager, ClassNodeLookupIsExactAndTheManagerHasOneIdentityWithoutTheCache
     EXPECT_EQ(manager_->GetClassNode(W("Order"), &node), TNODE_E_CLASSNOTEXIST);
     EXPECT_EQ(manager_->GetClassNode(W(""), &node), TNODE_E_INVALIDCLASSNAME);
     EXPECT_EQ(manager_->GetClassNode(W("Shop.Order"), nullptr), E_POINTER);
-    void *fromManager = nullptr, *fromCache = nullptr, *back = nullptr;
-    ASSERT_EQ(manager_->QueryInterface(COM_IID_IUnknown, &fromManager), S_OK);
-    ASSERT_EQ(cache_->QueryInterface(COM_IID_IUnknown, &fromCache), S_OK);
-    ASSERT_EQ(cache_->QueryInterface(COM_IID_ITNodeManager, &back), S_OK);
-    EXPECT_EQ(fromManager, fromCache);
-    EXPECT_EQ(back, manager_.get());
-    for (void* reference : {fromManager, fromCache, back}) static_cast<COM_IUnknown*>(reference)->Release();
+    kesto::Ref<COM_IUnknown> fromManager, fromCache, back;
+    ASSERT_EQ(manager_->QueryInterface(COM_IID_IUnknown, fromManager.out_void()), S_OK);
+    ASSERT_EQ(cache_->QueryInterface(COM_IID_IUnknown, fromCache.out_void()), S_OK);
+    ASSERT_EQ(cache_->QueryInterface(COM_IID_ITNodeManager, back.out_void()), S_OK);
+    EXPECT_EQ(fromManager.get(), fromCache.get());
+    EXPECT_EQ(static_cast<void*>(back.get()), static_cast<void*>(manager_.get()));
     for (const COM_GUID* iid : {&COM_IID_ISchemaCache, &COM_IID_IExtrinsicCache, &COM_IID_IMacroCache}) {
         void* out = reinterpret_cast<void*>(1);
         EXPECT_EQ(manager_->QueryInterface(*iid, &out), E_NOINTERFACE);

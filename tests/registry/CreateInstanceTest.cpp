@@ -33,7 +33,7 @@ protected:
     }
 
     HRESULT Create(const COM_GUID& clsid, const COM_GUID& iid, Ref<COM_IUnknown>& object) {
-        return COM_CreateInstance(clsid, nullptr, iid, object.Out());
+        return COM_CreateInstance(clsid, nullptr, iid, object.out_void());
     }
 
     TempFolder m_folder;
@@ -58,7 +58,7 @@ TEST_F(CreateInstanceTest, BuiltInClassesOverridesAndBadArguments) {
     EXPECT_EQ(Create(COM_CLSID_Registry, COM_IID_IRegistry, object), S_OK);
     EXPECT_EQ(Create(COM_CLSID_CategoryManager, COM_IID_ICatRegister, object), S_OK);
     EXPECT_EQ(Create(COM_CLSID_CategoryManager, COM_IID_IRegistry, object), E_NOINTERFACE);
-    EXPECT_EQ(object.Get(), nullptr);
+    EXPECT_EQ(object.get(), nullptr);
 }
 
 TEST_F(CreateInstanceTest, AnUnregisteredClassOrAnUnreadableRegistry) {
@@ -81,13 +81,13 @@ TEST_F(CreateInstanceTest, FindsTheModuleInTheSearchPathAndKeepsItLoaded) {
     ASSERT_NE(module, nullptr) << "the runtime loaded the module from the search path";
     auto outstanding = reinterpret_cast<long (*)()>(dlsym(module, "TestModuleOutstanding"));
     EXPECT_EQ(outstanding(), 1) << "one object, and the factory was released";
-    object.Reset();
+    object.reset();
     EXPECT_EQ(outstanding(), 0);
     EXPECT_EQ(Create(kPlainClass, COM_IID_IRegistry, object), E_NOINTERFACE);
     EXPECT_EQ(outstanding(), 0) << "a failed query leaves nothing behind";
     // The search path no longer leads to it; the module loaded before still serves.
     EXPECT_EQ(Create(kPlainClass, COM_IID_IUnknown, object), S_OK);
-    object.Reset();
+    object.reset();
     dlclose(module);
 }
 
@@ -112,7 +112,7 @@ TEST_F(CreateInstanceTest, EachModuleFailureHasItsOwnCode) {
         Register(*c.clsid, c.module);
         Ref<COM_IUnknown> object;
         EXPECT_EQ(Create(*c.clsid, COM_IID_IUnknown, object), c.expected) << c.module;
-        EXPECT_EQ(object.Get() != nullptr, c.expected == S_OK) << c.module;
+        EXPECT_EQ(object.get() != nullptr, c.expected == S_OK) << c.module;
     }
 }
 

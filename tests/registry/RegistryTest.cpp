@@ -1,5 +1,6 @@
 // The registry object over a temporary registry file: location, keys and values,
-// deletion, enumeration, transactions, and files that are not a registry.
+// deletion, enumeration, transactions, files that are not a registry, and the
+// category manager's records.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -13,6 +14,8 @@ namespace {
 
 using namespace registry_test;
 using Names = std::vector<std::string>;
+
+const COM_GUID kUnregistered = {0x6B1D00FF, 0, 0x4000, {0x80, 0, 0, 0, 0, 0, 0, 0xFF}};
 
 TEST(RegistryLocationTest, FollowsTheEnvironmentInOrder) {
     struct Case {
@@ -45,16 +48,16 @@ protected:
 
     static Names Drain(COM_IRegistryEnum* names) {
         Names out;
-        BSTR name = nullptr;
-        while (names->Next(&name) == S_OK) out.push_back(Take(name));
-        EXPECT_EQ(name, nullptr);
+        kesto::String name;
+        while (names->Next(name.out()) == S_OK) out.push_back(Narrow(name));
+        EXPECT_TRUE(name.is_null());
         return out;
     }
 
     static Names Subkeys(COM_IRegistry* registry) {
         Ref<COM_IRegistryEnum> names;
-        EXPECT_EQ(registry->EnumSubkeys(names.Address()), S_OK);
-        return names.Get() ? Drain(names.Get()) : Names();
+        EXPECT_EQ(registry->EnumSubkeys(names.out()), S_OK);
+        return names.get() ? Drain(names.get()) : Names();
     }
 
     TempFolder m_folder;
@@ -73,20 +76,23 @@ TEST_F(RegistryTest, KeepsValuesExactlyAcrossObjects) {
         ASSERT_EQ(writer->CreateKey(W(u"CLSID\\{X}"), 1), S_OK);
         EXPECT_EQ(writer->SetStringValue(name, text.c_str()), S_OK);
         EXPECT_EQ(writer->SetIntValue(W(u"Count"), -7), S_OK);
+        EXPECT_EQ(writer->SetIntValue(W(u"Max"), 2147483647), S_OK);
+        EXPECT_EQ(writer->SetIntValue(W(u"Min"), -2147483647 - 1), S_OK);
         EXPECT_EQ(writer->SetStringValue(nullptr, nullptr), S_OK);  // NULL name and text: default, empty
         EXPECT_EQ(writer->Close(), S_OK);
     }
     Ref<COM_IRegistry> reader;
     Open(reader, u"CLSID\\{X}");
-    BSTR read = nullptr;
-    ASSERT_EQ(reader->GetStringValue(name, &read), S_OK);
-    EXPECT_EQ(Units(read, COM_SysStringLen(read)), text);
-    COM_SysFreeString(read);
-    ASSERT_EQ(reader->GetStringValue(W(u""), &read), S_OK);
-    EXPECT_EQ(Take(read), "");
+    kesto::String read;
+    ASSERT_EQ(reader->GetStringValue(name, read.out()), S_OK);
+    EXPECT_EQ(UnitsOf(read), text);
+    ASSERT_EQ(reader->GetStringValue(W(u""), read.out()), S_OK);
+    EXPECT_EQ(Narrow(read), "");
     int number = 0, kind = -1;
-    EXPECT_EQ(reader->GetIntValue(W(u"Count"), &number), S_OK);
-    EXPECT_EQ(number, -7);
+    for (auto [value, expected] : {std::pair{u"Count", -7}, {u"Max", 2147483647}, {u"Min", -2147483647 - 1}}) {
+        EXPECT_EQ(reader->GetIntValue(W(value), &number), S_OK);
+        EXPECT_EQ(number, expected);
+    }
     EXPECT_EQ(reader->GetValueKind(W(u"Count"), &kind), S_OK);
     EXPECT_EQ(kind, KESTO_REGISTRY_INTEGER);
 }
@@ -133,9 +139,9 @@ TEST_F(RegistryTest, RefusesMissingKeysAndBadNamesAndStaysWhereItWas) {
     };
     for (const Case& c : cases) {
         ASSERT_EQ(registry->OpenRoot(1, W(u"Here")), S_OK);
-        EXPECT_EQ(c.call(registry.Get()), c.expected) << c.what;
+        EXPECT_EQ(c.call(registry.get()), c.expected) << c.what;
         EXPECT_EQ(registry->SetIntValue(W(u"after"), 1), S_OK) << c.what;
-        EXPECT_EQ(Subkeys(registry.Get()), Names()) << c.what;
+        EXPECT_EQ(Subkeys(registry.get()), Names()) << c.what;
     }
     ASSERT_EQ(registry->Close(), S_OK);
     EXPECT_EQ(registry->CreateKey(W(u"CLSID"), 1), REGDB_E_KEYMISSING) << "Close leaves no current key";
@@ -153,7 +159,7 @@ TEST_F(RegistryTest, DeletionTakesTheSubtreeAndTheEmptyNameTidiesEmptySubkeys) {
     Open(registry, u"Top");
     EXPECT_EQ(registry->DeleteKey(W(u"Middle")), S_OK);
     EXPECT_EQ(registry->DeleteKey(W(u"Middle")), S_FALSE);
-    EXPECT_EQ(Subkeys(registry.Get()), Names({"Sibling"}));
+    EXPECT_EQ(Subkeys(registry.get()), Names({"Sibling"}));
     ASSERT_EQ(registry->CreateKey(W(u"Middle\\Leaf"), 1), S_OK);
     int number = 0;
     EXPECT_EQ(registry->GetIntValue(W(u"v"), &number), S_FALSE) << "nothing of the old subtree comes back";
@@ -163,9 +169,9 @@ TEST_F(RegistryTest, DeletionTakesTheSubtreeAndTheEmptyNameTidiesEmptySubkeys) {
     ASSERT_EQ(registry->CreateKey(W(u"Empty"), 1), S_OK);
     ASSERT_EQ(registry->OpenRoot(1, W(u"")), S_OK);
     EXPECT_EQ(registry->DeleteKey(W(u"")), S_OK);
-    EXPECT_EQ(Subkeys(registry.Get()), Names({"Top", "WithChild", "WithValue"}));
+    EXPECT_EQ(Subkeys(registry.get()), Names({"Top", "WithChild", "WithValue"}));
     ASSERT_EQ(registry->OpenKey(W(u"Top")), S_OK);
-    EXPECT_EQ(Subkeys(registry.Get()), Names({"Middle", "Sibling"})) << "only direct subkeys are tidied";
+    EXPECT_EQ(Subkeys(registry.get()), Names({"Middle", "Sibling"})) << "only direct subkeys are tidied";
 }
 
 TEST_F(RegistryTest, EnumeratesASnapshotInNameOrderAndSurvivesExhaustion) {
@@ -179,7 +185,7 @@ TEST_F(RegistryTest, EnumeratesASnapshotInNameOrderAndSurvivesExhaustion) {
     ASSERT_EQ(registry->SetIntValue(W(u"x"), 1), S_OK);
     ASSERT_EQ(registry->SetStringValue(W(u""), W(u"text")), S_OK);
     Ref<COM_IRegistryEnum> subkeys, values;
-    ASSERT_EQ(registry->EnumSubkeys(subkeys.Address()), S_OK);
+    ASSERT_EQ(registry->EnumSubkeys(subkeys.out()), S_OK);
     ASSERT_EQ(registry->CreateKey(W(u"later"), 1), S_OK);
     unsigned int count = 0;
     EXPECT_EQ(subkeys->GetCount(&count), S_OK);
@@ -188,16 +194,16 @@ TEST_F(RegistryTest, EnumeratesASnapshotInNameOrderAndSurvivesExhaustion) {
     KESTO_FaultInjectStrings(0, 1);
     EXPECT_EQ(subkeys->Next(&name), E_OUTOFMEMORY);
     EXPECT_EQ(name, nullptr);
-    EXPECT_EQ(Drain(subkeys.Get()), Names({"a", "b", "c"})) << "a failed Next does not advance";
+    EXPECT_EQ(Drain(subkeys.get()), Names({"a", "b", "c"})) << "a failed Next does not advance";
 
     ASSERT_EQ(registry->OpenRoot(1, W(u"E")), S_OK);
-    ASSERT_EQ(registry->EnumValues(values.Address()), S_OK);
-    EXPECT_EQ(Drain(values.Get()), Names({"", "x"}));
+    ASSERT_EQ(registry->EnumValues(values.out()), S_OK);
+    EXPECT_EQ(Drain(values.get()), Names({"", "x"}));
     KESTO_FaultInjectStrings(0, 1);
     EXPECT_EQ(registry->GetStringValue(W(u""), &name), E_OUTOFMEMORY);
     EXPECT_EQ(name, nullptr);
     ASSERT_EQ(registry->OpenKey(W(u"a")), S_OK);
-    EXPECT_EQ(Subkeys(registry.Get()), Names());
+    EXPECT_EQ(Subkeys(registry.get()), Names());
 }
 
 TEST_F(RegistryTest, CloseCommitsAndReleaseBeforeCloseRollsBack) {
@@ -213,13 +219,18 @@ TEST_F(RegistryTest, CloseCommitsAndReleaseBeforeCloseRollsBack) {
     }
     Ref<COM_IRegistry> reader;
     Open(reader);
-    EXPECT_EQ(Subkeys(reader.Get()), Names({"Kept"}));
-    reader.Reset();
+    EXPECT_EQ(Subkeys(reader.get()), Names({"Kept"}));
+    reader.reset();
     EXPECT_EQ(ValueAt("Kept", "lost"), std::nullopt);
 }
 
+// A chain that a failed OpenRoot began ends with it and holds nothing.
 TEST_F(RegistryTest, ASecondWriterWaitsABoundedTimeThenFails) {
     Ref<COM_IRegistry> first, second;
+    ASSERT_EQ(NewRegistry(first), S_OK);
+    EXPECT_EQ(first->OpenRoot(1, W(u"Missing")), REGDB_E_KEYMISSING);
+    Open(second);
+    ASSERT_EQ(second->Close(), S_OK);
     Open(first);
     ASSERT_EQ(first->CreateKey(W(u"First"), 1), S_OK);
     ASSERT_EQ(NewRegistry(second), S_OK);
@@ -227,7 +238,7 @@ TEST_F(RegistryTest, ASecondWriterWaitsABoundedTimeThenFails) {
     EXPECT_EQ(second->CreateKey(W(u"Second"), 1), REGDB_E_KEYMISSING) << "no chain was opened";
     ASSERT_EQ(first->Close(), S_OK);
     ASSERT_EQ(second->OpenRoot(1, W(u"")), S_OK);
-    EXPECT_EQ(Subkeys(second.Get()), Names({"First"}));
+    EXPECT_EQ(Subkeys(second.get()), Names({"First"}));
 }
 
 TEST_F(RegistryTest, AFileThatIsNotARegistryIsRefusedAndKept) {
@@ -244,7 +255,10 @@ TEST_F(RegistryTest, AFileThatIsNotARegistryIsRefusedAndKept) {
         WriteFile(m_file, content);
         Ref<COM_IRegistry> registry;
         EXPECT_EQ(NewRegistry(registry), REGDB_E_READREGDB);
-        EXPECT_EQ(registry.Get(), nullptr);
+        EXPECT_EQ(registry.get(), nullptr);
+        Ref<COM_IUnknown> object;
+        EXPECT_EQ(COM_CreateInstance(kUnregistered, nullptr, COM_IID_IUnknown, object.out_void()), REGDB_E_READREGDB)
+            << "a lookup reads no foreign file either";
         EXPECT_EQ(ReadFile(m_file), content);
         EXPECT_FALSE(std::filesystem::exists(m_file.string() + "-journal"));
     }
@@ -257,6 +271,47 @@ TEST_F(RegistryTest, AFileThatIsNotARegistryIsRefusedAndKept) {
     EXPECT_EQ(NewRegistry(registry), REGDB_E_READREGDB);
     ScopedEnv underAFile("KESTO_REGISTRY", (m_folder.Path() / "other.db" / "registry.db").string());
     EXPECT_EQ(NewRegistry(registry), REGDB_E_READREGDB);
+}
+
+const COM_GUID kCategory = {0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x55}};
+const COM_GUID kOtherCategory = {0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x56}};
+const COM_GUID kClass = {0xAAAAAAAA, 0xBBBB, 0xCCCC, {0xDD, 0xDD, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}};
+const std::string kClassKey = "CLSID\\{AAAAAAAA-BBBB-CCCC-DDDD-EEEEEEEEEEEE}";
+const std::string kImplemented = kClassKey + "\\Implemented Categories";
+const std::string kCategoryText = "{11111111-2222-3333-4444-555555555555}";
+
+// The category manager's records in the registry.
+class CategoryManagerTest : public RegistryTest {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(COM_CreateInstance(COM_CLSID_CategoryManager, nullptr, COM_IID_ICatRegister,
+                                     m_categories.out_void()), S_OK);
+    }
+    Ref<COM_ICatRegister> m_categories;
+};
+
+TEST_F(CategoryManagerTest, ClassesJoinAndLeaveCategories) {
+    EXPECT_EQ(m_categories->UnregisterClassFromCategory(&kCategory, kClass), S_FALSE) << "a gone class is no failure";
+    EXPECT_FALSE(KeyExists(kClassKey)) << "removal makes no keys";
+    ASSERT_EQ(m_categories->RegisterClassInCategory(&kCategory, kClass), S_OK);
+    ASSERT_EQ(m_categories->RegisterClassInCategory(&kOtherCategory, kClass), S_OK);
+    EXPECT_TRUE(KeyExists(kImplemented + "\\" + kCategoryText));
+    EXPECT_EQ(m_categories->UnregisterClassFromCategory(&kCategory, kClass), S_OK);
+    EXPECT_FALSE(KeyExists(kImplemented + "\\" + kCategoryText));
+    EXPECT_TRUE(KeyExists(kImplemented)) << "the other category is still there";
+    EXPECT_EQ(m_categories->UnregisterClassFromCategory(&kOtherCategory, kClass), S_OK);
+    EXPECT_FALSE(KeyExists(kImplemented)) << "the emptied list goes with its last entry";
+    EXPECT_TRUE(KeyExists(kClassKey));
+    EXPECT_EQ(m_categories->RegisterClassInCategory(nullptr, kClass), E_POINTER);
+    EXPECT_EQ(m_categories->UnregisterClassFromCategory(nullptr, kClass), E_POINTER);
+}
+
+TEST_F(CategoryManagerTest, CategoriesCarryTheirDescription) {
+    ASSERT_EQ(m_categories->RegisterCategory(kCategory, W(u"Code assistants")), S_OK);
+    EXPECT_EQ(ValueAt("Component Categories\\" + kCategoryText), "Code assistants");
+    EXPECT_EQ(m_categories->UnregisterCategory(kCategory), S_OK);
+    EXPECT_EQ(m_categories->UnregisterCategory(kCategory), S_FALSE);
+    EXPECT_FALSE(KeyExists("Component Categories"));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// What the registry tests share: a counted reference released at the end of its
-// scope, a temporary folder, environment variables set for the length of a test,
-// files read and written whole, and the registry's values read back by path.
+// What the registry and tool tests share: a temporary folder, environment variables
+// set for the length of a test, files read and written whole, and the registry's
+// values read back by path. References are the runtime's kesto::Ref.
 #ifndef VANTLE_TESTS_REGISTRY_REGISTRYTESTSUPPORT_H_
 #define VANTLE_TESTS_REGISTRY_REGISTRYTESTSUPPORT_H_
 
@@ -12,29 +12,12 @@
 #include <string>
 
 #include "TestText.h"
+#include "kesto/owned.h"
 #include "kesto/registry.h"
 
 namespace registry_test {
 
-template <typename I>
-class Ref {
-public:
-    Ref() = default;
-    ~Ref() { Reset(); }
-    Ref(const Ref&) = delete;
-    Ref& operator=(const Ref&) = delete;
-    I* operator->() const { return m_p; }
-    I* Get() const { return m_p; }
-    I** Address() { return Reset(), &m_p; }
-    void** Out() { return reinterpret_cast<void**>(Address()); }
-    void Reset() {
-        if (m_p != nullptr) m_p->Release();
-        m_p = nullptr;
-    }
-
-private:
-    I* m_p = nullptr;
-};
+using kesto::Ref;
 
 class TempFolder {
 public:
@@ -79,7 +62,7 @@ inline void WriteFile(const std::filesystem::path& path, const std::string& cont
 }
 
 inline HRESULT NewRegistry(Ref<COM_IRegistry>& registry) {
-    return COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.Out());
+    return COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
 }
 
 // The value `name` of the key at `path` below root 1: its text, an integer as
@@ -88,9 +71,9 @@ inline std::optional<std::string> ValueAt(const std::string& path, const std::st
     Ref<COM_IRegistry> registry;
     if (NewRegistry(registry) != S_OK || registry->OpenRoot(1, W(path)) != S_OK) return std::nullopt;
     int number = 0;
-    BSTR text = nullptr;
+    kesto::String text;
     if (registry->GetIntValue(W(name), &number) == S_OK) return std::to_string(number);
-    if (registry->GetStringValue(W(name), &text) == S_OK) return Take(text);
+    if (registry->GetStringValue(W(name), text.out()) == S_OK) return Narrow(text);
     return std::nullopt;
 }
 

@@ -225,18 +225,15 @@ TEST_F(DoubledRegistrationTest, EveryFailingRegistryCallEndsTheUpdate) {
 TEST_F(DoubledRegistrationTest, RunningOutOfStringsEndsTheUpdateCleanly) {
     m_doubles.installCount = 1;
     for (int doRegister : {1, 0}) {
-        bool succeeded = false;
-        for (unsigned long skip = 0; !succeeded && skip < 20; ++skip) {
-            m_doubles.calls.clear();
-            KESTO_FaultInjectStrings(skip, 1);
-            HRESULT hr = Update(doRegister);
-            succeeded = KESTO_FaultInjectedFailures() == 0;
-            KESTO_FaultInjectStrings(0, 0);
-            EXPECT_EQ(hr, succeeded ? S_OK : E_OUTOFMEMORY) << "skip " << skip;
-            EXPECT_TRUE(succeeded || m_doubles.calls.empty() || m_doubles.calls.back() != "Close") << skip;
-            EXPECT_EQ(m_doubles.live, 0);
-        }
-        EXPECT_TRUE(succeeded);
+        const HRESULT clean = UnderStringFailures([&] { return m_doubles.calls.clear(), Update(doRegister); },
+                                                  [&](HRESULT hr, unsigned long skip) {
+                                                      EXPECT_EQ(hr, E_OUTOFMEMORY) << skip;
+                                                      EXPECT_TRUE(m_doubles.calls.empty() ||
+                                                                  m_doubles.calls.back() != "Close") << skip;
+                                                      EXPECT_EQ(m_doubles.live, 0) << skip;
+                                                  },
+                                                  20);
+        EXPECT_EQ(clean, S_OK);
     }
 }
 

@@ -10,19 +10,15 @@
 #include <random>
 #include <vector>
 
-#include "vantle/assist.h"
-#include "TestText.h"
+#include "AssistService.h"
 #include "kesto/diagnostics.h"
-#include "kesto/tnode.h"
-#include "sysCom.h"
 
 namespace {
 
-// Entries of a comma-terminated list handed out, which is freed.
-std::vector<Units> TakeList(BSTR list) {
+// Entries of a comma-terminated list.
+std::vector<Units> Entries(const kesto::String& list) {
     std::vector<Units> entries;
-    Units text = list == nullptr ? Units() : Units(list, COM_SysStringLen(list));
-    COM_SysFreeString(list);
+    const Units text = UnitsOf(list);
     for (size_t start = 0, comma; (comma = text.find(',', start)) != Units::npos; start = comma + 1) {
         entries.push_back(text.substr(start, comma - start));
     }
@@ -32,35 +28,27 @@ std::vector<Units> TakeList(BSTR list) {
 TEST(ServiceSoakTest, MixedQueriesAndSymbolOperationsLeaveNothingBehind) {
     const long stringsBefore = KESTO_LiveStringCount();
     ASSERT_EQ(CanUnloadNow(), S_OK);
-    COM_ITNodeManager* manager = nullptr;
-    COM_IClassFactory* factory = nullptr;
-    COM_IVantleAssist* assist = nullptr;
-    COM_IVantleAssist2* assist2 = nullptr;
-    COM_IVantleAssist3* assist3 = nullptr;
-    COM_IVantleAssistEx* assistEx = nullptr;
-    auto slot = [](auto** pointer) { return reinterpret_cast<void**>(pointer); };
-    ASSERT_EQ(COM_CreateInstance(COM_CLSID_TNodeManager, nullptr, COM_IID_ITNodeManager, slot(&manager)), S_OK);
-    BSTR message = nullptr;
-    ASSERT_EQ(manager->LoadDictionary(W(VANTLE_BUNDLED_DICTIONARY), &message), S_OK) << Take(message);
-    ASSERT_EQ(GetClassObject(COM_CLSID_VantleAssist, COM_IID_IClassFactory, slot(&factory)), S_OK);
-    ASSERT_EQ(factory->CreateInstance(COM_IID_IVantleAssist, slot(&assist)), S_OK);
-    factory->Release();
-    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssist2, slot(&assist2)), S_OK);
-    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssist3, slot(&assist3)), S_OK);
-    ASSERT_EQ(assist->QueryInterface(COM_IID_IVantleAssistEx, slot(&assistEx)), S_OK);
-    ASSERT_EQ(assist->Initialize(manager), S_OK);
+    AssistService service;
+    auto& [assist, assistEx, assist2, assist3] = service;
+    kesto::Ref<COM_ITNodeManager> manager = NewTree();
+    const LoadOutcome loaded = LoadFile(manager.get(), VANTLE_BUNDLED_DICTIONARY);
+    ASSERT_EQ(loaded.status, S_OK) << loaded.message;
+    ASSERT_EQ(service.Create(), S_OK);
+    ASSERT_EQ(assist->Initialize(manager.get()), S_OK);
 
     // Every member of every class, as the service lists them; a trailing '(' marks a method.
     std::vector<std::pair<Units, Units>> members;
-    BSTR list = nullptr;
-    ASSERT_EQ(assist->GetClassList(W(""), &list), S_OK);
-    for (const Units& className : TakeList(list)) {
-        assist->GetClassMembers(className.c_str(), static_cast<MEMBER_FILTER_FLAGS>(63), &list);
-        for (Units entry : TakeList(list)) {
+    kesto::String list;
+    ASSERT_EQ(assist->GetClassList(W(""), list.out()), S_OK);
+    for (const Units& className : Entries(list)) {
+        kesto::String listing;
+        assist->GetClassMembers(className.c_str(), static_cast<MEMBER_FILTER_FLAGS>(63), listing.out());
+        for (Units entry : Entries(listing)) {
             if (!entry.empty() && entry.back() == '(') entry.pop_back();
             members.emplace_back(className, entry);
         }
     }
+    list.reset();
     ASSERT_GT(members.size(), 50u) << "the bundled dictionary should give a real workload";
     const W symbolNames[] = {"x", "pCount", "tOrder", "%Text", "INCLUDEINHERITED", "Label1"};
     const W values[] = {"Shop.Order", "TRUE", "FALSE", ""};
@@ -79,36 +67,42 @@ TEST(ServiceSoakTest, MixedQueriesAndSymbolOperationsLeaveNothingBehind) {
         const CBSTR cls = className.c_str(), member = memberName.c_str(), name = symbolNames[pick(6)];
         const auto flags = static_cast<MEMBER_FILTER_FLAGS>(pick(64));
         const auto kind = static_cast<SYMBOL_KIND>(1 + pick(13));
-        BSTR out[3] = {};
+        kesto::String out[3];
         switch (pick(16)) {
-            case 0: count(0, assist->GetClassMembers(cls, flags, &out[0])); break;
-            case 1: count(0, assist3->GetClassMembersEx(cls, flags, &out[0])); break;
+            case 0: count(0, assist->GetClassMembers(cls, flags, out[0].out())); break;
+            case 1: count(0, assist3->GetClassMembersEx(cls, flags, out[0].out())); break;
             case 2:
             case 3: {
                 SYMBOL_KIND typeKind{};
-                count(0, assist->GetClassMemberType(cls, member, &typeKind, &out[0]));
+                count(0, assist->GetClassMemberType(cls, member, &typeKind, out[0].out()));
                 break;
             }
             case 4:
-            case 5: count(0, assist->GetMethodSignature(cls, member, pick(4), &out[0], &out[1], &out[2])); break;
+            case 5:
+                count(0, assist->GetMethodSignature(cls, member, pick(4), out[0].out(), out[1].out(), out[2].out()));
+                break;
             case 6: {
                 const SYMBOL_KIND kinds[] = {SYMBOL_METHOD, SYMBOL_MEMBERMETHOD, SYMBOL_PROPERTY, SYMBOL_CLASSPARAMETER,
                                              SYMBOL_LOCAL};
-                count(0, assist2->GetMemberOrigin(cls, member, kinds[pick(5)], &out[0]));
+                count(0, assist2->GetMemberOrigin(cls, member, kinds[pick(5)], out[0].out()));
                 break;
             }
-            case 7: count(0, assist->GetClassList(className.substr(0, pick(className.size() + 1)).c_str(), out)); break;
-            case 8: count(0, assist->GetClassMembers((className + W("Missing").units()).c_str(), flags, out)); break;
+            case 7:
+                count(0, assist->GetClassList(className.substr(0, pick(className.size() + 1)).c_str(), out[0].out()));
+                break;
+            case 8:
+                count(0, assist->GetClassMembers((className + W("Missing").units()).c_str(), flags, out[0].out()));
+                break;
             case 9:
             case 10: count(1, assist->SetSymbol(name, kind, values[pick(4)])); break;
             case 11:
             case 12: {
                 ParserLanguage language{};
-                count(1, assist->LookupSymbol(name, kind, &language, &out[0]));
+                count(1, assist->LookupSymbol(name, kind, &language, out[0].out()));
                 break;
             }
             case 13: count(1, assist->RemoveSymbol(name, kind)); break;
-            case 14: count(1, assist2->GetSymbols(static_cast<unsigned int>(random()), &out[0])); break;
+            case 14: count(1, assist2->GetSymbols(static_cast<unsigned int>(random()), out[0].out())); break;
             default:  // embedded parts open and close, never deeper than eight
                 if (depth < 8 && pick(2) == 0) {
                     count(1, assist->OnEmbeddingStart(static_cast<ParserLanguage>(1 + pick(5))));
@@ -120,16 +114,14 @@ TEST(ServiceSoakTest, MixedQueriesAndSymbolOperationsLeaveNothingBehind) {
                     assistEx->SetRelativeClassName(cls);
                 }
         }
-        for (BSTR text : out) COM_SysFreeString(text);
     }
     if (operations >= 1000) {  // the mix must have been answered, not merely survived
         EXPECT_GT(answered[0], operations / 4);
         EXPECT_GT(answered[1], operations / 20);
     }
     EXPECT_EQ(failed, 0u);
-    for (COM_IUnknown* held : std::initializer_list<COM_IUnknown*>{assistEx, assist3, assist2, assist, manager}) {
-        held->Release();
-    }
+    EXPECT_EQ(service.Release(), 0u);
+    manager.reset();
     EXPECT_EQ(CanUnloadNow(), S_OK) << "an object or a factory reference outlived its release";
     EXPECT_EQ(KESTO_LiveStringCount(), stringsBefore) << "runtime strings were not given back";
 }

@@ -5,21 +5,15 @@
 
 #include <vector>
 
-#include "StringBalanceTest.h"
-#include "TestText.h"
-#include "kesto/diagnostics.h"
-#include "sysCom.h"
+#include "AssistTestSupport.h"
 
 namespace {
 
-// Table slots as the binary contract numbers them; `this` travels first.
-template <typename R, typename... Args>
-R Slot(void* interface, int slot, Args... args) {
-    return reinterpret_cast<R (*)(void*, Args...)>((*static_cast<void***>(interface))[slot])(interface, args...);
+HRESULT RawQuery(void* interface, const COM_GUID& iid, void** out) {
+    return CallSlot<HRESULT>(interface, 2, &iid, out);
 }
-HRESULT RawQuery(void* interface, const COM_GUID& iid, void** out) { return Slot<HRESULT>(interface, 2, &iid, out); }
-unsigned long RawAddRef(void* interface) { return Slot<unsigned long>(interface, 3); }
-unsigned long RawRelease(void* interface) { return Slot<unsigned long>(interface, 4); }
+unsigned long RawAddRef(void* interface) { return CallSlot<unsigned long>(interface, 3); }
+unsigned long RawRelease(void* interface) { return CallSlot<unsigned long>(interface, 4); }
 
 void* const kUntouched = reinterpret_cast<void*>(0x5A5A);
 const COM_GUID kUnknownId = {0x6A1C2F13, 0x3B7E, 0x4D21, {0x9E, 0x51, 0, 0, 0, 0, 0, 1}};

@@ -20,6 +20,10 @@
 //   the call fails), so a caller never frees stale pointers.
 // - Names are compared unit for unit (case-sensitive), and ordered by 16-bit code
 //   unit value.
+// - Positions in a dictionary file (messages, GetLocation) give a line and a column,
+//   both counted from 1. Lines end at LF (CR LF too). Columns count UTF-16 code units, as
+//   editors address a line: a character beyond U+FFFF counts two, and a UTF-8 byte
+//   order mark at the start of the file counts none.
 // - Objects are used from one thread at a time; nothing locks.
 #ifndef KESTO_TNODE_H_
 #define KESTO_TNODE_H_
@@ -82,7 +86,27 @@ public:
         (void)includeInherited;
         return E_NOTIMPL;
     }
-    virtual HRESULT Reserved10() { return E_NOTIMPL; }  // slot 10
+    // slot 10: where a definition is written in the dictionary file, for going to
+    // it. With a NULL or empty childKind, this class's own name (memberName is not
+    // looked at); with "m", "a" or "p", the member of that kind named memberName
+    // (unit for unit) that this class has, its own or inherited: super classes are
+    // walked as OpenChildren walks them with includeInherited, so the place is in
+    // the class that GetKeyword's origin ("2") names. The place is the name's first
+    // character, after its opening quote. S_OK with *file (freed by the caller) the
+    // path as given to LoadDictionary, not made absolute, or the source name given to
+    // LoadDictionaryBuffer ("<buffer>" when none), and the line and column (see
+    // the promises above). S_FALSE when the class has no such member. Else
+    // *file is NULL and *line and *column are 0: E_INVALIDARG for an unknown child
+    // kind, TNODE_E_INVALIDNAME for a NULL or empty memberName with a child kind,
+    // E_POINTER when an out-parameter is NULL, E_OUTOFMEMORY.
+    virtual HRESULT GetLocation(CBSTR childKind, CBSTR memberName, BSTR* file, unsigned int* line,
+                                unsigned int* column) {
+        if (line != nullptr) *line = 0;
+        if (column != nullptr) *column = 0;
+        (void)childKind;
+        (void)memberName;
+        return NotImplemented(file);
+    }
     // fixed slot 11. The node's value for one keyword subscript, as plain text (not
     // a piece); a, b and c may be NULL. Subscripts of every node: "1" name, "2" origin
     // (the class that defines it; a class node answers its own name), "4" description,
@@ -105,9 +129,12 @@ class COM_ITNodeManager : public COM_IUnknown {
 public:
     // slot 5: loads a class dictionary file (a path in 16-bit units, UTF-16). The
     // tree is replaced only when the whole file loads; otherwise *message (may be
-    // NULL) reads "FILE:LINE:COLUMN: what went wrong (class C, method M)" and the
-    // tree loaded before stays as it was. Lines and columns count from 1; columns
-    // count characters. On success *message is NULL. Results: S_OK;
+    // NULL) reads "FILE:LINE:COLUMN: what went wrong (class C, method M)" for the
+    // problem that comes first in the file, the status is that problem's, and the
+    // tree loaded before stays as it was. The loader reads on past most problems,
+    // so GetLoadErrors has the others. Lines and columns: see the promises above. A
+    // problem with the file as a whole has no place: "FILE: what went wrong". On
+    // success *message is NULL. Results: S_OK;
     // STG_E_FILENOTFOUND (missing or unreadable file); PARSE_E_SYNTAX (not JSON);
     // TNODE_E_KEYWORD (unknown key, wrong type or value, unknown format);
     // TNODE_E_INVALIDCLASSNAME / TNODE_E_INVALIDNAME (empty or malformed name);
@@ -119,7 +146,8 @@ public:
         return NotImplemented(message);
     }
     // slot 6: the same for a dictionary held in memory (UTF-8 JSON, `size` bytes);
-    // sourceName stands for the file name in messages and GetDictionaryPath.
+    // sourceName (NULL or empty: "<buffer>") stands for the file name in messages,
+    // GetDictionaryPath and GetLocation.
     virtual HRESULT LoadDictionaryBuffer(const char* data, unsigned long size, CBSTR sourceName,
                                          BSTR* message) {
         (void)data;
@@ -138,7 +166,19 @@ public:
     virtual HRESULT GetClassNode(CBSTR className, COM_ITNodeElement** out) = 0;
     // slot 10: the path (or source name) of the dictionary loaded last, empty when none.
     virtual HRESULT GetDictionaryPath(BSTR* out) { return NotImplemented(out); }
-    virtual HRESULT Reserved11() { return E_NOTIMPL; }  // slot 11
+    // slot 11: every problem the last load (slot 5 or 6) found, in file order, one
+    // per line, each in the form of LoadDictionary's message and ended by "\n"; the
+    // first line is the message that load gave. The loader passes over a value at
+    // fault and reads on (a class or member with a missing or malformed name is left
+    // out of the checks of names and super classes), and checks duplicate classes,
+    // super classes and cycles once the whole file is read. It stops early, so that
+    // the list may be short of some, at a JSON syntax error, at an unknown "format"
+    // (the rest would be read by the wrong rules), and at the 100th problem; the
+    // checks that need the whole file are then not made. S_OK with the list (freed
+    // by the caller); S_FALSE with an empty string when the last load succeeded or
+    // was refused before reading (a NULL buffer), or before any load; E_POINTER for
+    // a NULL out; E_OUTOFMEMORY with *out NULL.
+    virtual HRESULT GetLoadErrors(BSTR* out) { return NotImplemented(out); }
     virtual HRESULT Reserved12() { return E_NOTIMPL; }  // slot 12
     virtual HRESULT Reserved13() { return E_NOTIMPL; }  // slot 13
     virtual HRESULT Reserved14() { return E_NOTIMPL; }  // slot 14

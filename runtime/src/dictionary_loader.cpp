@@ -14,6 +14,7 @@ namespace {
 DictionaryLoadResult Failure(HRESULT status, std::string message) {
     DictionaryLoadResult result;
     result.status = status;
+    result.problems.push_back(message);
     result.message = std::move(message);
     return result;
 }

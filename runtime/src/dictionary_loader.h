@@ -1,12 +1,16 @@
 // Reading a class dictionary (JSON) into a Dictionary.
 //
-// The reader checks as it goes and stops at the first problem: a JSON syntax
-// error, an unknown or repeated key, a value of the wrong type or outside its set
-// of values, a missing or malformed name, a class or member defined twice, a super
-// class that does not exist, or super classes that form a cycle. The result then
-// holds no dictionary, a failing status (see COM_ITNodeManager::LoadDictionary for
-// the codes) and one message "SOURCE:LINE:COLUMN: what (class C, method M)".
-// Nothing here throws: running out of memory is reported as E_OUTOFMEMORY.
+// The reader checks as it goes: a JSON syntax error, an unknown or repeated key, a
+// value of the wrong type or outside its set of values, a missing or malformed
+// name, a class or member defined twice, a super class that does not exist, or
+// super classes that form a cycle. After a problem it passes over the value at
+// fault (a wrong name takes its class or member out of the later checks) and reads
+// on, so that one load finds every problem; only a syntax error, a format it does
+// not know, or too many problems stop it early. A failed result holds no
+// dictionary, the status of the problem that comes first in the file (see
+// COM_ITNodeManager::LoadDictionary for the codes) and the problems in file order,
+// each "SOURCE:LINE:COLUMN: what (class C, method M)". Nothing here throws:
+// running out of memory is reported as E_OUTOFMEMORY.
 #ifndef KESTO_RUNTIME_DICTIONARY_LOADER_H_
 #define KESTO_RUNTIME_DICTIONARY_LOADER_H_
 
@@ -14,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "dictionary_model.h"
 #include "kesto/com.h"
@@ -25,7 +30,8 @@ inline constexpr std::size_t kLargestDictionaryBytes = std::size_t{1} << 30;
 
 struct DictionaryLoadResult {
     HRESULT status = S_OK;
-    std::string message;  // UTF-8; empty on success
+    std::string message;                // UTF-8; the first of `problems`, empty on success
+    std::vector<std::string> problems;  // at least one on failure, none on success
     std::shared_ptr<Dictionary> dictionary;  // set exactly on success
 };
 

@@ -1,7 +1,7 @@
 // The texts of the dictionary loader's messages.
 //
-// A failed load gives one message, "SOURCE:LINE:COLUMN: what (class C, method M)";
-// these functions make the "what" and the parts around it. Callers and people read
+// Each problem of a failed load gives one message, "SOURCE:LINE:COLUMN: what (class
+// C, method M)"; these functions make the "what" and the parts around it. Callers and people read
 // them, and tests pin them, so their wording changes only on purpose: all of it is
 // here. Texts quoted from the file are cut and escaped by Quote. Nothing here keeps
 // state; any thread may call it.
@@ -57,7 +57,7 @@ std::string MissingSuper(std::string_view name);
 std::string SuperCycle(std::string_view path);
 
 // The JSON library's message without its own prefix and position ("[json.exception...]
-// parse error at line L, column C: "): ours counts characters, not bytes.
+// parse error at line L, column C: "): ours counts UTF-16 units, not bytes.
 std::string SyntaxError(std::string_view library);
 
 // Messages naming only the source (the file or buffer).

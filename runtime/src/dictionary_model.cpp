@@ -16,6 +16,21 @@ TextRef Dictionary::AddUtf8(std::string_view utf8) {
     return ref;
 }
 
+ClassRecord& Dictionary::NewClass() {
+    classNameAt_.emplace_back();
+    return classes_.emplace_back();
+}
+
+MemberRecord& Dictionary::NewMember() {
+    memberNameAt_.emplace_back();
+    return members_.emplace_back();
+}
+
+void Dictionary::DropLastClass() {
+    classes_.pop_back();
+    classNameAt_.pop_back();
+}
+
 std::uint32_t Dictionary::FindClass(std::u16string_view name) const {
     auto it = std::lower_bound(byName_.begin(), byName_.end(), name,
                                [this](std::uint32_t index, std::u16string_view wanted) {
@@ -25,40 +40,44 @@ std::uint32_t Dictionary::FindClass(std::u16string_view name) const {
     return *it;
 }
 
-bool Dictionary::SortMembers(MemberList& list, std::uint32_t* first, std::uint32_t* second) const {
-    // Equal names keep definition order (indices grow with it), so the later one is
-    // the duplicate.
+namespace {
+
+// `sorted` holds equal names in definition order (indices grow with it): each run's
+// first entry is the definition, the rest repeat it. Sorted by the repeats' indices,
+// which is their order in the file.
+template <typename NameOf>
+Dictionary::Duplicates FindDuplicates(const std::vector<std::uint32_t>& sorted, NameOf nameOf) {
+    Dictionary::Duplicates duplicates;
+    std::size_t first = 0;
+    for (std::size_t i = 1; i < sorted.size(); ++i) {
+        if (nameOf(sorted[i]) != nameOf(sorted[first])) {
+            first = i;
+            continue;
+        }
+        duplicates.emplace_back(sorted[first], sorted[i]);
+    }
+    std::sort(duplicates.begin(), duplicates.end(),
+              [](const auto& a, const auto& b) { return a.second < b.second; });
+    return duplicates;
+}
+
+}  // namespace
+
+Dictionary::Duplicates Dictionary::SortMembers(MemberList& list) const {
     std::sort(list.begin(), list.end(), [this](std::uint32_t a, std::uint32_t b) {
         int order = MemberName(a).compare(MemberName(b));
         return order != 0 ? order < 0 : a < b;
     });
-    for (std::size_t i = 1; i < list.size(); ++i) {
-        if (MemberName(list[i - 1]) == MemberName(list[i])) {
-            *first = list[i - 1];
-            *second = list[i];
-            return false;
-        }
-    }
-    return true;
+    return FindDuplicates(list, [this](std::uint32_t member) { return MemberName(member); });
 }
 
-bool Dictionary::Seal(std::uint32_t* first, std::uint32_t* second) {
+Dictionary::Duplicates Dictionary::Seal() {
     byName_.resize(classes_.size());
     for (std::uint32_t i = 0; i < byName_.size(); ++i) byName_[i] = i;
     std::stable_sort(byName_.begin(), byName_.end(),
                      [this](std::uint32_t a, std::uint32_t b) { return ClassName(a) < ClassName(b); });
-    bool unique = true;
-    for (std::size_t i = 1; i < byName_.size(); ++i) {
-        if (ClassName(byName_[i - 1]) != ClassName(byName_[i])) continue;
-        // Report the duplicate that comes first in the file.
-        if (unique || byName_[i] < *second) {
-            *first = byName_[i - 1];
-            *second = byName_[i];
-        }
-        unique = false;
-    }
     merged_.clear();
-    return unique;
+    return FindDuplicates(byName_, [this](std::uint32_t cls) { return ClassName(cls); });
 }
 
 std::vector<std::uint32_t> Dictionary::Lineage(std::uint32_t index) const {
@@ -80,6 +99,18 @@ std::vector<std::uint32_t> Dictionary::Lineage(std::uint32_t index) const {
         }
     }
     return order;
+}
+
+std::uint32_t Dictionary::DefiningMember(std::uint32_t index, MemberKind kind, std::u16string_view name) const {
+    const int k = static_cast<int>(kind);
+    for (std::uint32_t cls : Lineage(index)) {
+        const MemberList& own = classes_[cls].own[k];
+        auto it = std::lower_bound(own.begin(), own.end(), name, [this](std::uint32_t member, std::u16string_view wanted) {
+            return MemberName(member) < wanted;
+        });
+        if (it != own.end() && MemberName(*it) == name) return *it;
+    }
+    return kNoMember;
 }
 
 MemberList Dictionary::MergeLineage(std::uint32_t index, MemberKind kind) const {

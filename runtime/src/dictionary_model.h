@@ -8,6 +8,9 @@
 // shared through shared_ptr so that an open enumeration keeps its list alive across
 // DropCaches.
 //
+// Each class and member keeps where its name stands in the source, for editors that
+// jump to a definition; the source's name is the dictionary's own.
+//
 // Not thread-safe: like the tree objects above it, it is used from one thread.
 #ifndef KESTO_RUNTIME_DICTIONARY_MODEL_H_
 #define KESTO_RUNTIME_DICTIONARY_MODEL_H_
@@ -18,6 +21,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace kesto {
@@ -25,6 +29,14 @@ namespace kesto {
 struct TextRef {
     std::uint32_t offset = 0;
     std::uint32_t length = 0;
+};
+
+// Where a name starts in the source: its first character, after the opening quote.
+// Lines and columns count from 1, columns in UTF-16 code units (see
+// dictionary_position.h). Two 32-bit numbers: a source is at most 1 GiB.
+struct SourcePosition {
+    std::uint32_t line = 0;
+    std::uint32_t column = 0;
 };
 
 enum class MemberKind : std::uint8_t { kMethod = 0, kProperty = 1, kParameter = 2 };
@@ -77,6 +89,11 @@ struct ClassRecord {
 class Dictionary {
 public:
     static constexpr std::uint32_t kNoClass = 0xFFFFFFFFu;
+    static constexpr std::uint32_t kNoMember = 0xFFFFFFFFu;
+
+    // The file or buffer name the dictionary was loaded from.
+    std::u16string_view Source() const { return source_; }
+    void SetSource(std::u16string_view source) { source_ = source; }
 
     std::u16string_view Text(TextRef ref) const {
         return std::u16string_view(pool_.data() + ref.offset, ref.length);
@@ -92,6 +109,9 @@ public:
     const MemberRecord& Member(std::uint32_t index) const { return members_[index]; }
     std::u16string_view ClassName(std::uint32_t index) const { return Text(classes_[index].name); }
     std::u16string_view MemberName(std::uint32_t index) const { return Text(members_[index].name); }
+    // Where a class's or member's name stands in the source.
+    SourcePosition ClassNameAt(std::uint32_t index) const { return classNameAt_[index]; }
+    SourcePosition MemberNameAt(std::uint32_t index) const { return memberNameAt_[index]; }
 
     // kNoClass when no class has exactly this name. Needs Seal().
     std::uint32_t FindClass(std::u16string_view name) const;
@@ -100,6 +120,11 @@ public:
 
     // The class itself, then its super classes left to right and depth first, each once.
     std::vector<std::uint32_t> Lineage(std::uint32_t index) const;
+
+    // The member of `kind` named `name` that class `index` has, its own or inherited:
+    // the first definition in lineage order, as in Members(..., inherited). kNoMember
+    // when there is none.
+    std::uint32_t DefiningMember(std::uint32_t index, MemberKind kind, std::u16string_view name) const;
 
     // The members of one kind of a class, sorted by name; with `inherited` the
     // lineage's members, the first definition of each name in lineage order winning.
@@ -121,22 +146,34 @@ public:
         answerBytes_ = 0;
     }
 
-    // Building (the loader).
+    // Building (the loader). New records come with their name's position unknown
+    // (line 0) until SetClassNameAt / SetMemberNameAt.
     std::vector<ClassRecord>& MutableClasses() { return classes_; }
     std::vector<MemberRecord>& MutableMembers() { return members_; }
-    // Builds the name index; returns false when two classes share a name, with the
-    // indices of the pair that comes first in the file in *first / *second.
-    bool Seal(std::uint32_t* first, std::uint32_t* second);
-    // Sorts one member list by name; on a duplicate name returns false with the two
-    // members' indices in definition order.
-    bool SortMembers(MemberList& list, std::uint32_t* first, std::uint32_t* second) const;
+    ClassRecord& NewClass();
+    MemberRecord& NewMember();
+    void DropLastClass();
+    void SetClassNameAt(std::uint32_t index, SourcePosition at) { classNameAt_[index] = at; }
+    void SetMemberNameAt(std::uint32_t index, SourcePosition at) { memberNameAt_[index] = at; }
+    // Index pairs (first definition, later definition) of names defined twice or more.
+    using Duplicates = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
+    // Builds the name index. Returns every class that repeats the name of an earlier
+    // one, paired with the first, in the order of the repeats; empty when all
+    // names differ.
+    Duplicates Seal();
+    // Sorts one member list by name; returns the repeated names as Seal does.
+    Duplicates SortMembers(MemberList& list) const;
 
 private:
     MemberList MergeLineage(std::uint32_t index, MemberKind kind) const;
 
     std::u16string pool_;
+    std::u16string source_;
     std::vector<ClassRecord> classes_;
     std::vector<MemberRecord> members_;
+    // Apart from the records: the listings walk those, and never need these.
+    std::vector<SourcePosition> classNameAt_;
+    std::vector<SourcePosition> memberNameAt_;
     std::vector<std::uint32_t> byName_;
     mutable std::vector<std::array<std::shared_ptr<const MemberList>, kMemberKindCount>> merged_;
     mutable std::unordered_map<std::string, std::shared_ptr<const PackedAnswers>> answers_;

@@ -5,7 +5,8 @@
 // is fixed and shallow: root object -> "classes" array -> class object -> member
 // arrays -> member object. So the reader is a small state machine over that shape,
 // which takes each key's meaning from the schema tables, and any token that does
-// not fit is reported right where it stands.
+// not fit is reported right where it stands. The value at fault is then passed
+// over, token by token, and the machine goes on from the state it was in.
 #ifndef KESTO_RUNTIME_DICTIONARY_READER_H_
 #define KESTO_RUNTIME_DICTIONARY_READER_H_
 

@@ -4,8 +4,10 @@
 // defined further down the file; once every class is read (and the dictionary
 // sealed, so that names can be looked up), LinkSuperClasses resolves them the way
 // FullClassName completes a name, fills each class's `supers` in file order and
-// makes sure no class is its own ancestor. It works on the one dictionary it is
-// given, from the loading thread.
+// makes sure no class is its own ancestor. A reference that names no class, or
+// that closes a cycle, is left out of `supers` and reported; the rest go on being
+// checked, so one pass finds every such problem. It works on the one dictionary it
+// is given, from the loading thread.
 #ifndef KESTO_RUNTIME_DICTIONARY_SUPERS_H_
 #define KESTO_RUNTIME_DICTIONARY_SUPERS_H_
 
@@ -33,9 +35,11 @@ struct SuperProblem {
     std::string what;
 };
 
-// False at the first reference that names no class (TNODE_E_CLASSNOTEXIST), or at
-// the one that closes a cycle (PARSE_E_COMPILE), with *problem telling which.
-bool LinkSuperClasses(Dictionary& dictionary, const std::vector<SuperReference>& references, SuperProblem* problem);
+// The references that name no class (TNODE_E_CLASSNOTEXIST), in file order, then
+// those that close a cycle (PARSE_E_COMPILE); no more than `most` in all. Empty
+// when every class's super classes are linked.
+std::vector<SuperProblem> LinkSuperClasses(Dictionary& dictionary, const std::vector<SuperReference>& references,
+                                           std::size_t most);
 
 }  // namespace kesto
 

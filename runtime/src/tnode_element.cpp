@@ -106,6 +106,36 @@ HRESULT TNodeElement::GetChildCount(CBSTR childKind, int includeInherited, unsig
     }
 }
 
+HRESULT TNodeElement::GetLocation(CBSTR childKind, CBSTR memberName, BSTR* file, unsigned int* line,
+                                  unsigned int* column) {
+    if (file != nullptr) *file = nullptr;
+    if (line != nullptr) *line = 0;
+    if (column != nullptr) *column = 0;
+    if (file == nullptr || line == nullptr || column == nullptr) return E_POINTER;
+    SourcePosition at;
+    if (ViewOf(childKind).empty()) {
+        at = dictionary_->ClassNameAt(class_);
+    } else {
+        MemberKind kind;
+        if (!ChildKindOf(childKind, &kind)) return E_INVALIDARG;
+        const std::u16string_view name = ViewOf(memberName);
+        if (name.empty()) return TNODE_E_INVALIDNAME;
+        std::uint32_t member;
+        try {
+            member = dictionary_->DefiningMember(class_, kind, name);
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY;
+        }
+        if (member == Dictionary::kNoMember) return S_FALSE;
+        at = dictionary_->MemberNameAt(member);
+    }
+    HRESULT hr = HandOut(dictionary_->Source(), file);
+    if (FAILED(hr)) return hr;
+    *line = at.line;
+    *column = at.column;
+    return S_OK;
+}
+
 HRESULT TNodeElement::GetKeyword(CBSTR subscript, BSTR* value, int* a, int* b, int* c) {
     if (a != nullptr) *a = 0;
     if (b != nullptr) *b = 0;

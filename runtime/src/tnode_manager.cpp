@@ -4,7 +4,6 @@
 #include <new>
 
 #include "builtin_classes.h"
-#include "dictionary_loader.h"
 #include "dictionary_names.h"
 #include "dictionary_text.h"
 #include "tnode_objects.h"
@@ -14,9 +13,7 @@ namespace {
 
 std::shared_ptr<const Dictionary> EmptyDictionary() {
     auto empty = std::make_shared<Dictionary>();
-    std::uint32_t first;
-    std::uint32_t second;
-    empty->Seal(&first, &second);
+    empty->Seal();
     return empty;
 }
 
@@ -33,23 +30,36 @@ const BuiltinClassRegistrar g_tnodeManagerClass(COM_CLSID_TNodeManager, &CreateT
 
 TNodeManager::TNodeManager() : dictionary_(EmptyDictionary()) {}
 
+HRESULT TNodeManager::Loaded(DictionaryLoadResult result, std::u16string_view source, BSTR* message) {
+    if (FAILED(result.status)) {
+        for (const std::string& problem : result.problems) {
+            AppendUtf8AsUtf16(loadErrors_, problem);
+            loadErrors_ += u'\n';
+        }
+        HandOutMessage(result.message, message);
+        return result.status;
+    }
+    // The name as the caller wrote it, which the loader saw only converted.
+    result.dictionary->SetSource(source);
+    dictionary_ = std::move(result.dictionary);
+    return S_OK;
+}
+
 HRESULT TNodeManager::LoadDictionary(CBSTR path, BSTR* message) {
     if (message != nullptr) *message = nullptr;
+    loadErrors_.clear();
     try {
         std::u16string_view path16 = ViewOf(path);
         if (path16.empty()) {
-            HandOutMessage("no dictionary file given", message);
-            return E_INVALIDARG;
+            DictionaryLoadResult refused;
+            refused.status = E_INVALIDARG;
+            refused.message = "no dictionary file given";
+            refused.problems.push_back(refused.message);
+            return Loaded(std::move(refused), path16, message);
         }
-        DictionaryLoadResult result = LoadDictionaryFile(Utf16ToUtf8(path16));
-        if (FAILED(result.status)) {
-            HandOutMessage(result.message, message);
-            return result.status;
-        }
-        dictionary_ = std::move(result.dictionary);
-        path_ = path16;
-        return S_OK;
+        return Loaded(LoadDictionaryFile(Utf16ToUtf8(path16)), path16, message);
     } catch (const std::bad_alloc&) {
+        loadErrors_.clear();
         return E_OUTOFMEMORY;
     }
 }
@@ -57,20 +67,15 @@ HRESULT TNodeManager::LoadDictionary(CBSTR path, BSTR* message) {
 HRESULT TNodeManager::LoadDictionaryBuffer(const char* data, unsigned long size, CBSTR sourceName,
                                            BSTR* message) {
     if (message != nullptr) *message = nullptr;
+    loadErrors_.clear();
     if (data == nullptr && size > 0) return E_POINTER;
     try {
         std::u16string_view source16 = ViewOf(sourceName);
         std::u16string source = source16.empty() ? std::u16string(u"<buffer>") : std::u16string(source16);
-        DictionaryLoadResult result =
-            LoadDictionaryText(std::string_view(data == nullptr ? "" : data, size), Utf16ToUtf8(source));
-        if (FAILED(result.status)) {
-            HandOutMessage(result.message, message);
-            return result.status;
-        }
-        dictionary_ = std::move(result.dictionary);
-        path_ = std::move(source);
-        return S_OK;
+        return Loaded(LoadDictionaryText(std::string_view(data == nullptr ? "" : data, size), Utf16ToUtf8(source)),
+                      source, message);
     } catch (const std::bad_alloc&) {
+        loadErrors_.clear();
         return E_OUTOFMEMORY;
     }
 }
@@ -100,8 +105,15 @@ HRESULT TNodeManager::GetClassNode(CBSTR className, COM_ITNodeElement** out) {
 
 HRESULT TNodeManager::GetDictionaryPath(BSTR* out) {
     if (out == nullptr) return E_POINTER;
-    *out = AllocBstr(path_);
+    *out = AllocBstr(dictionary_->Source());
     return *out == nullptr ? E_OUTOFMEMORY : S_OK;
+}
+
+HRESULT TNodeManager::GetLoadErrors(BSTR* out) {
+    if (out == nullptr) return E_POINTER;
+    *out = AllocBstr(loadErrors_);
+    if (*out == nullptr) return E_OUTOFMEMORY;
+    return loadErrors_.empty() ? S_FALSE : S_OK;
 }
 
 bool TNodeManager::Exists(std::u16string_view name) const { return dictionary_->FindClass(name) != Dictionary::kNoClass; }

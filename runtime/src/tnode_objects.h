@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "dictionary_loader.h"
 #include "dictionary_model.h"
 #include "kesto/tnode.h"
 #include "ref_counted.h"
@@ -35,6 +36,7 @@ public:
     HRESULT GetMemberCount(unsigned int* count) override;
     HRESULT GetClassNode(CBSTR className, COM_ITNodeElement** out) override;
     HRESULT GetDictionaryPath(BSTR* out) override;
+    HRESULT GetLoadErrors(BSTR* out) override;
     HRESULT NormalizeName(CBSTR name, CBSTR relativeTo, BSTR* out) override;
 
     // COM_IClassCache
@@ -44,10 +46,12 @@ public:
 
 private:
     bool Exists(std::u16string_view name) const;
+    // Takes a load's outcome: the new dictionary, named `source`, or its problems.
+    HRESULT Loaded(DictionaryLoadResult result, std::u16string_view source, BSTR* message);
 
     std::shared_ptr<const Dictionary> dictionary_;
-    std::u16string path_;
     std::vector<std::u16string> imports_;
+    std::u16string loadErrors_;  // of the last load, one per line; empty after a good one
 };
 
 class TNodeElement final : public RefCounted<Exposes<COM_ITNodeElement, COM_IID_ITNodeElement>> {
@@ -61,6 +65,8 @@ public:
     HRESULT OpenChildren(CBSTR childKind, CBSTR keywordQuery, int includeInherited,
                          COM_IStringCollection** out) override;
     HRESULT GetChildCount(CBSTR childKind, int includeInherited, unsigned int* count) override;
+    HRESULT GetLocation(CBSTR childKind, CBSTR memberName, BSTR* file, unsigned int* line,
+                        unsigned int* column) override;
     HRESULT GetKeyword(CBSTR subscript, BSTR* value, int* a, int* b, int* c) override;
 
 private:

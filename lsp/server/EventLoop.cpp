@@ -1,0 +1,132 @@
+// The reader thread and the server's loop.
+#include "server/EventLoop.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <thread>
+
+#include "transport/Framing.h"
+
+namespace vantle::lsp {
+namespace {
+
+constexpr std::size_t kMaxQueuedBytes = std::size_t{16} << 20;
+
+}  // namespace
+
+bool EventLoop::Write(const json& message) {
+    if (outputGone_) return false;
+    const std::string frame = EncodeFrame(SerializeMessage(message));
+    for (std::size_t written = 0; written < frame.size();) {
+        const ssize_t count = write(output_, frame.data() + written, frame.size() - written);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) {
+            outputGone_ = true;
+            return false;
+        }
+        written += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+void EventLoop::Wake() { Push(Event{Event::Kind::Wake, {}, {}, 0}); }
+
+void EventLoop::Push(Event event) {
+    std::unique_lock lock(mutex_);
+    if (event.kind == Event::Kind::Message) {
+        changed_.wait(lock, [&] { return stopping_ || queuedBytes_ < kMaxQueuedBytes || queue_.empty(); });
+        if (stopping_) return;
+        const Message& message = event.message;
+        if (message.kind == Message::Kind::Request) waiting_.insert(IdKey(message.id));
+        if (message.kind == Message::Kind::Notification && message.method == "$/cancelRequest" &&
+            message.params.is_object()) {
+            const auto id = message.params.find("id");
+            if (id != message.params.end() && waiting_.count(IdKey(*id)) > 0) cancelled_.insert(IdKey(*id));
+        }
+        queuedBytes_ += event.bytes;
+    }
+    queue_.push_back(std::move(event));
+    changed_.notify_all();
+}
+
+void EventLoop::Read(int stopFd) {
+    FrameReader reader;
+    char buffer[65536];
+    for (;;) {
+        pollfd fds[2] = {{input_, POLLIN, 0}, {stopFd, POLLIN, 0}};
+        if (poll(fds, 2, -1) < 0) {
+            if (errno == EINTR) continue;
+            break;
+        }
+        if (fds[1].revents != 0) return;
+        const ssize_t count = read(input_, buffer, sizeof buffer);
+        if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+        if (count <= 0) break;
+        reader.Feed(std::string_view(buffer, static_cast<std::size_t>(count)));
+        while (std::optional<FrameEvent> frame = reader.Next()) {
+            if (!frame->ok) {
+                Push(Event{Event::Kind::FrameError, {}, frame->error, 0});
+                continue;
+            }
+            const std::size_t bytes = frame->body.size();
+            Push(Event{Event::Kind::Message, DecodeMessage(frame->body), {}, bytes});
+        }
+    }
+    Push(Event{Event::Kind::End, {}, reader.Idle() ? "" : "the input ended inside a message", 0});
+}
+
+int EventLoop::Run(Server& server) {
+    int stop[2];
+    if (pipe(stop) != 0) return 1;
+    std::thread reader([this, stopFd = stop[0]] { Read(stopFd); });
+    while (!server.Finished()) {
+        Event event;
+        {
+            std::unique_lock lock(mutex_);
+            changed_.wait(lock, [&] { return !queue_.empty(); });
+            event = std::move(queue_.front());
+            queue_.pop_front();
+            queuedBytes_ -= event.bytes;
+            changed_.notify_all();
+        }
+        server.Poll();
+        switch (event.kind) {
+            case Event::Kind::Message: {
+                bool cancelled = false;
+                if (event.message.kind == Message::Kind::Request) {
+                    std::lock_guard lock(mutex_);
+                    const std::string key = IdKey(event.message.id);
+                    waiting_.erase(key);
+                    cancelled = cancelled_.erase(key) > 0;
+                }
+                if (cancelled)
+                    server.Cancelled(event.message.id);
+                else
+                    server.Handle(event.message);
+                break;
+            }
+            case Event::Kind::FrameError: server.RefuseFrame(event.problem); break;
+            case Event::Kind::End:
+                if (!event.problem.empty()) server.RefuseFrame(event.problem);
+                server.EndOfInput();
+                break;
+            case Event::Kind::Wake: break;
+        }
+        if (outputGone_) break;
+    }
+    {
+        std::lock_guard lock(mutex_);
+        stopping_ = true;
+        changed_.notify_all();
+    }
+    const char byte = 0;
+    (void)!write(stop[1], &byte, 1);
+    reader.join();
+    close(stop[0]);
+    close(stop[1]);
+    return server.ExitCode();
+}
+
+}  // namespace vantle::lsp

@@ -85,6 +85,6 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);  // a client that goes away is noticed when writing
     EventLoop loop(STDIN_FILENO, STDOUT_FILENO);
     Server server(
-        options, [&loop](const json& message) { loop.Write(message); }, [&loop] { loop.Wake(); });
+        options, [&loop](const Outgoing& message) { loop.Write(message); }, [&loop] { loop.Wake(); });
     return loop.Run(server);
 }

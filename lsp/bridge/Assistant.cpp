@@ -105,6 +105,8 @@ void Assistant::Configure(const ServiceOptions& options) {
 }
 
 void Assistant::Apply() {
+    members_.clear();
+    signatures_.clear();
     if (!assist_) return;
     assist_->SetSymbol(kesto::wide(u"INCLUDEINHERITED"), SYMBOL_SYSTEM,
                        kesto::wide(options_.includeInherited ? u"TRUE" : u"FALSE"));
@@ -114,6 +116,10 @@ void Assistant::Apply() {
 }
 
 void Assistant::SetRelativeClass(const std::u16string& name) {
+    if (name != relativeClass_) {
+        members_.clear();
+        signatures_.clear();
+    }
     relativeClass_ = name;
     if (assistEx_) assistEx_->SetRelativeClassName(Wide(name));
 }
@@ -141,7 +147,13 @@ bool Assistant::IsProperty(const std::u16string& className, const std::u16string
     return assist2_->GetMemberOrigin(Wide(className), Wide(name), SYMBOL_PROPERTY, origin.out()) == S_OK;
 }
 
-std::vector<Member> Assistant::Members(const std::u16string& className) {
+const std::vector<Member>& Assistant::Members(const std::u16string& className) {
+    const auto found = members_.find(className);
+    if (found != members_.end()) return found->second;
+    return members_.emplace(className, ListMembers(className)).first->second;
+}
+
+std::vector<Member> Assistant::ListMembers(const std::u16string& className) {
     std::vector<Member> members;
     kesto::String list;
     if (!tree_ || assist3_->GetClassMembersEx(Wide(className), static_cast<MEMBER_FILTER_FLAGS>(options_.flags),
@@ -224,19 +236,24 @@ std::optional<std::u16string> Assistant::Origin(const std::u16string& className,
 }
 
 std::optional<std::u16string> Assistant::Signature(const std::u16string& className, const std::u16string& method) {
-    kesto::String before;
-    if (!tree_ || assist_->GetMethodSignature(Wide(className), Wide(method), 0, before.out(), nullptr, nullptr) != S_OK)
-        return std::nullopt;
-    return before.str();
+    std::optional<SignatureParts> whole = SignatureAround(className, method, 0);
+    if (!whole) return std::nullopt;
+    return std::move(whole->before);
 }
 
 std::optional<SignatureParts> Assistant::SignatureAround(const std::u16string& className, const std::u16string& method,
                                                          unsigned long argument) {
+    auto key = std::make_tuple(className, method, argument);
+    if (const auto found = signatures_.find(key); found != signatures_.end()) return found->second;
+    std::optional<SignatureParts> parts;
     kesto::String before, current, after;
-    if (!tree_ || assist_->GetMethodSignature(Wide(className), Wide(method), argument, before.out(), current.out(),
-                                              after.out()) != S_OK)
-        return std::nullopt;
-    return SignatureParts{before.str(), current.str(), after.str()};
+    // Argument 0 asks for the whole label, which comes in `before` alone.
+    if (tree_ && (argument == 0 ? assist_->GetMethodSignature(Wide(className), Wide(method), 0, before.out(), nullptr,
+                                                              nullptr)
+                                : assist_->GetMethodSignature(Wide(className), Wide(method), argument, before.out(),
+                                                              current.out(), after.out())) == S_OK)
+        parts = SignatureParts{before.str(), current.str(), after.str()};
+    return signatures_.emplace(std::move(key), std::move(parts)).first->second;
 }
 
 std::optional<ClassDescription> Assistant::Describe(const std::u16string& className) {

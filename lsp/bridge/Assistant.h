@@ -12,9 +12,11 @@
 #ifndef VANTLE_LSP_BRIDGE_ASSISTANT_H_
 #define VANTLE_LSP_BRIDGE_ASSISTANT_H_
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "kesto/owned.h"
@@ -69,8 +71,9 @@ public:
     // The full name of the existing class `name` names, resolved as the component does.
     std::optional<std::u16string> ResolveClass(std::u16string_view name);
     std::vector<std::u16string> ClassList(std::u16string_view prefix);
-    // Members of a class as the configured flags select them.
-    std::vector<Member> Members(const std::u16string& className);
+    // Members of a class as the configured flags select them; kept until the tree,
+    // the settings or the relative class change, as editors ask on every keystroke.
+    const std::vector<Member>& Members(const std::u16string& className);
     // A method (kind Method) or property (kind Property) and what it yields.
     std::optional<std::pair<MemberKind, std::u16string>> MemberType(const std::u16string& className,
                                                                     const std::u16string& member);
@@ -91,6 +94,7 @@ public:
 
 private:
     void Apply();
+    std::vector<Member> ListMembers(const std::u16string& className);
     bool IsProperty(const std::u16string& className, const std::u16string& name);
 
     // The tree is declared first so that it dies last: the service holds it.
@@ -101,6 +105,9 @@ private:
     kesto::Ref<COM_IVantleAssist3> assist3_;
     ServiceOptions options_;
     std::u16string relativeClass_;
+    // Answers that hold until the tree, the settings or the relative class change.
+    std::map<std::u16string, std::vector<Member>> members_;
+    std::map<std::tuple<std::u16string, std::u16string, unsigned long>, std::optional<SignatureParts>> signatures_;
 };
 
 // "status 0xXXXXXXXX". The component's wording of codes (vantle/messages.h) is not

@@ -1,7 +1,8 @@
 // Completion: members after a class and a dot, else class names package by package.
-#include <set>
+#include <unordered_set>
 
 #include "features/Features.h"
+#include "protocol/JsonText.h"
 #include "protocol/Utf.h"
 
 namespace vantle::lsp {
@@ -9,10 +10,10 @@ namespace {
 
 constexpr std::size_t kMaxItems = 1000;
 
-std::string SnippetEscape(const std::string& text) {
-    std::string out;
-    for (const char c : text) {
-        if (c == '$' || c == '}' || c == '\\') out += '\\';
+std::u16string SnippetEscape(std::u16string_view text) {
+    std::u16string out;
+    for (const char16_t c : text) {
+        if (c == u'$' || c == u'}' || c == u'\\') out += u'\\';
         out += c;
     }
     return out;
@@ -44,42 +45,83 @@ std::optional<MemberKind> KindFromKey(const json& key) {
     return std::nullopt;
 }
 
-struct Items {
-    json list = json::array();
-    std::set<std::pair<std::string, CompletionItemKind>> seen;  // a class may share its name with a package
+// The items written as JSON text as they come.
+class Items {
+public:
     bool incomplete = false;
 
-    // Adds an item unless one of its label and kind is there already; nullptr then
-    // and once the list is full.
-    json* Add(const std::string& label, CompletionItemKind kind, const Range& range, const std::string& newText) {
-        if (list.size() >= kMaxItems) {
+    // Writes an item, open for more fields, unless one of its label and kind is
+    // there already or the list is full; false then.
+    bool Open(std::u16string_view label, CompletionItemKind kind, const Range& range, std::u16string_view newText) {
+        if (count_ >= kMaxItems) {
             incomplete = true;
-            return nullptr;
+            return false;
         }
-        if (!seen.emplace(label, kind).second) return nullptr;
-        list.push_back({{"label", label},
-                        {"kind", static_cast<int>(kind)},
-                        {"filterText", label},
-                        {"textEdit", {{"range", range}, {"newText", newText}}}});
-        return &list.back();
+        std::u16string key(label);
+        key += static_cast<char16_t>(kind);  // a class may share its name with a package
+        if (!seen_.insert(std::move(key)).second) return false;
+        text_ += count_++ == 0 ? "{\"label\":" : ",{\"label\":";
+        AppendJsonString(text_, label);
+        text_ += ",\"kind\":";
+        AppendJsonNumber(text_, static_cast<std::size_t>(kind));
+        text_ += ",\"filterText\":";
+        AppendJsonString(text_, label);
+        text_ += ",\"textEdit\":{\"range\":";
+        AppendJsonRange(text_, range);
+        text_ += ",\"newText\":";
+        AppendJsonString(text_, newText);
+        text_ += '}';
+        return true;
     }
-    json Result() const { return {{"isIncomplete", incomplete}, {"items", list}}; }
+    // A field of the open item: a string, or JSON text as it is.
+    void Text(const char* key, std::u16string_view value) {
+        Key(key);
+        AppendJsonString(text_, value);
+    }
+    void Raw(const char* key, std::string_view value) {
+        Key(key);
+        text_ += value;
+    }
+    void Close() { text_ += '}'; }
+
+    RawJson Result() const {
+        return {std::string(incomplete ? "{\"isIncomplete\":true,\"items\":[" : "{\"isIncomplete\":false,\"items\":[") +
+                text_ + "]}"};
+    }
+
+private:
+    void Key(const char* key) {
+        text_ += ",\"";
+        text_ += key;
+        text_ += "\":";
+    }
+
+    std::string text_;
+    std::size_t count_ = 0;
+    std::unordered_set<std::u16string> seen_;
 };
 
 void AddMembers(FeatureContext& context, const std::u16string& className, std::u16string_view prefix,
                 const Range& range, Items& items) {
     for (const Member& member : context.assistant.Members(className)) {
         if (!StartsWithIgnoringCase(member.name, prefix)) continue;
-        const std::string name = ToUtf8(member.name);
+        const std::u16string& name = member.name;
         const bool method = member.kind == MemberKind::Method || member.kind == MemberKind::ClassMethod;
         const bool snippet = method && context.client.snippets;
-        json* item = items.Add(name, ItemKind(member.kind), range, snippet ? SnippetEscape(name) + "($1)" : name);
-        if (item == nullptr) continue;
-        (*item)["sortText"] = (member.isPrivate ? "1" : "0") + name;
-        (*item)["insertTextFormat"] =
-            static_cast<int>(snippet ? InsertTextFormat::Snippet : InsertTextFormat::PlainText);
-        if (member.isPrivate) (*item)["labelDetails"] = {{"description", "private"}};
-        (*item)["data"] = {{"class", ToUtf8(className)}, {"member", name}, {"kind", KindKey(member.kind)}};
+        if (!items.Open(name, ItemKind(member.kind), range, snippet ? SnippetEscape(name) + u"($1)" : name)) continue;
+        items.Text("sortText", (member.isPrivate ? u"1" : u"0") + name);
+        items.Raw("insertTextFormat",
+                  std::to_string(static_cast<int>(snippet ? InsertTextFormat::Snippet : InsertTextFormat::PlainText)));
+        if (member.isPrivate) items.Raw("labelDetails", "{\"description\":\"private\"}");
+        std::string data = "{\"class\":";
+        AppendJsonString(data, className);
+        data += ",\"member\":";
+        AppendJsonString(data, name);
+        data += ",\"kind\":\"";
+        data += KindKey(member.kind);
+        data += "\"}";
+        items.Raw("data", data);
+        items.Close();
     }
 }
 
@@ -90,17 +132,18 @@ void AddClasses(FeatureContext& context, const std::u16string& package, std::u16
     for (const std::u16string& name : context.assistant.ClassList(package + std::u16string(typed))) {
         const std::u16string_view rest = std::u16string_view(name).substr(package.size());
         const std::size_t dot = rest.find(u'.');
-        const std::string label = ToUtf8(shown) + ToUtf8(rest.substr(0, dot));
-        json* item =
-            items.Add(label, dot == std::u16string_view::npos ? CompletionItemKind::Class : CompletionItemKind::Module,
-                      range, label);
-        if (item != nullptr && dot == std::u16string_view::npos) (*item)["detail"] = ToUtf8(name);
+        const std::u16string label = shown + std::u16string(rest.substr(0, dot));
+        if (!items.Open(label, dot == std::u16string_view::npos ? CompletionItemKind::Class : CompletionItemKind::Module,
+                        range, label))
+            continue;
+        if (dot == std::u16string_view::npos) items.Text("detail", name);
+        items.Close();
     }
 }
 
 }  // namespace
 
-json Completion(FeatureContext& context, const TextDocument& document, Position position) {
+RawJson Completion(FeatureContext& context, const TextDocument& document, Position position) {
     Items items;
     items.incomplete = !context.assistant.HasTree();  // ask again once the dictionary is there
     const std::u16string& text = document.Text();

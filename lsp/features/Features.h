@@ -15,6 +15,7 @@
 #include "document/Reading.h"
 #include "document/TextDocument.h"
 #include "features/DictionarySource.h"
+#include "protocol/JsonText.h"
 #include "protocol/Types.h"
 
 namespace vantle::lsp {
@@ -32,7 +33,8 @@ struct FeatureContext {
     std::string dictionaryPath;  // where locations fall back to when the runtime has none
 };
 
-json Completion(FeatureContext& context, const TextDocument& document, Position position);
+// As text: a list of a thousand items is too costly to build as json values.
+RawJson Completion(FeatureContext& context, const TextDocument& document, Position position);
 json ResolveCompletion(FeatureContext& context, json item);
 json SignatureHelp(FeatureContext& context, const TextDocument& document, Position position);
 json Hover(FeatureContext& context, const TextDocument& document, Position position);

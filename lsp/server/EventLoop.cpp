@@ -16,9 +16,9 @@ constexpr std::size_t kMaxQueuedBytes = std::size_t{16} << 20;
 
 }  // namespace
 
-bool EventLoop::Write(const json& message) {
+bool EventLoop::Write(const Outgoing& message) {
     if (outputGone_) return false;
-    const std::string frame = EncodeFrame(SerializeMessage(message));
+    const std::string frame = EncodeFrame(message.Serialize());
     for (std::size_t written = 0; written < frame.size();) {
         const ssize_t count = write(output_, frame.data() + written, frame.size() - written);
         if (count < 0 && errno == EINTR) continue;

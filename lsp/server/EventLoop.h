@@ -25,7 +25,7 @@ class EventLoop {
 public:
     EventLoop(int input, int output) : input_(input), output_(output) {}
     // Writes one message; false once the output is gone.
-    bool Write(const json& message);
+    bool Write(const Outgoing& message);
     void Wake();
     // Runs until the server finishes; answers the server's exit code.
     int Run(Server& server);

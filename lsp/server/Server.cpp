@@ -86,7 +86,11 @@ void Server::HandleRequest(const Message& message) {
             Poll();
             CheckDictionaryFile();
         }
-        Send(MakeResponse(message.id, (this->*handler->second)(message.params)));
+        Reply reply = (this->*handler->second)(message.params);
+        if (RawJson* text = std::get_if<RawJson>(&reply))
+            Send(Outgoing(message.id, std::move(text->text)));
+        else
+            Send(MakeResponse(message.id, std::move(std::get<json>(reply))));
     } catch (const RequestError& error) {
         Send(MakeError(message.id, error.code, error.what()));
     } catch (const InvalidParams& error) {
@@ -149,7 +153,7 @@ void Server::RequestConfiguration() {
     if (ready_ && clientConfiguration_) Request("workspace/configuration", {{"items", {{{"section", "vantle"}}}}});
 }
 
-json Server::OnInitialize(const json& params) {
+Reply Server::OnInitialize(const json& params) {
     if (!params.is_object()) throw InvalidParams("initialize needs an object of parameters");
     const json& capabilities = Path(params, {"capabilities"});
     encoding_ = NegotiateEncoding(Path(capabilities, {"general", "positionEncodings"}));
@@ -177,8 +181,8 @@ json Server::OnInitialize(const json& params) {
     initializationOptions_ = Path(params, {"initializationOptions"});
     UpdateSettings();  // starts the first load; it runs while we answer
 
-    return {{"capabilities",
-             {{"positionEncoding", EncodingName(encoding_)},
+    return json{{"capabilities",
+                 {{"positionEncoding", EncodingName(encoding_)},
               {"textDocumentSync", {{"openClose", true}, {"change", 2}}},
               {"completionProvider", {{"triggerCharacters", {"."}}, {"resolveProvider", true}}},
               {"signatureHelpProvider", {{"triggerCharacters", {"(", ","}}}},
@@ -188,9 +192,9 @@ json Server::OnInitialize(const json& params) {
             {"serverInfo", {{"name", "vantle-lsp"}, {"version", VANTLE_VERSION_STRING}}}};
 }
 
-json Server::OnShutdown(const json&) {
+Reply Server::OnShutdown(const json&) {
     shutdown_ = true;
-    return nullptr;
+    return json(nullptr);
 }
 
 void Server::OnInitialized(const json&) {
@@ -204,28 +208,28 @@ FeatureContext Server::Context() {
 }
 
 template <typename Feature>
-json Server::AtPosition(const json& params, Feature feature) {
+Reply Server::AtPosition(const json& params, Feature feature) {
     const std::string uri = StringField(Field(params, "textDocument"), "uri");
     const Position position = Field(params, "position").get<Position>();
     OpenDocument* document = documents_.Find(uri);
-    if (document == nullptr) return nullptr;
+    if (document == nullptr) return json(nullptr);
     assistant_.SetRelativeClass(RelativeClassOf(uri));
     FeatureContext context = Context();
     return feature(context, document->text, position);
 }
 
-json Server::OnCompletion(const json& params) { return AtPosition(params, Completion); }
-json Server::OnSignatureHelp(const json& params) { return AtPosition(params, SignatureHelp); }
-json Server::OnHover(const json& params) { return AtPosition(params, Hover); }
-json Server::OnDefinition(const json& params) { return AtPosition(params, Definition); }
+Reply Server::OnCompletion(const json& params) { return AtPosition(params, Completion); }
+Reply Server::OnSignatureHelp(const json& params) { return AtPosition(params, SignatureHelp); }
+Reply Server::OnHover(const json& params) { return AtPosition(params, Hover); }
+Reply Server::OnDefinition(const json& params) { return AtPosition(params, Definition); }
 
-json Server::OnResolve(const json& params) {
+Reply Server::OnResolve(const json& params) {
     if (!params.is_object()) throw InvalidParams("completionItem/resolve needs a completion item");
     FeatureContext context = Context();
     return ResolveCompletion(context, params);
 }
 
-json Server::OnWorkspaceSymbol(const json& params) {
+Reply Server::OnWorkspaceSymbol(const json& params) {
     const std::string query = StringField(params, "query");
     assistant_.SetRelativeClass(u"");
     FeatureContext context = Context();

@@ -19,6 +19,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <variant>
 
 #include "bridge/Assistant.h"
 #include "bridge/DictionaryLoader.h"
@@ -36,9 +37,12 @@ struct ServerOptions {
     bool backgroundLoads = true;  // false: only trees handed to AdoptTree (tests, fuzzing)
 };
 
+// What a request answers: a json value, or JSON text for large answers.
+using Reply = std::variant<json, RawJson>;
+
 class Server {
 public:
-    using Sender = std::function<void(const json&)>;
+    using Sender = std::function<void(const Outgoing&)>;
     Server(ServerOptions options, Sender send, std::function<void()> wake);
     ~Server();
     Server(const Server&) = delete;
@@ -56,25 +60,25 @@ public:
     int ExitCode() const { return shutdown_ ? 0 : 1; }
 
 private:
-    using Handler = json (Server::*)(const json&);
+    using Handler = Reply (Server::*)(const json&);
     using NotificationHandler = void (Server::*)(const json&);
 
     void HandleRequest(const Message& message);
     void HandleNotification(const Message& message);
     void HandleResponse(const Message& message);
-    void Send(const json& message) { send_(message); }
+    void Send(const Outgoing& message) { send_(message); }
     void Request(const std::string& method, json params);
     void RequestConfiguration();
     void Log(LogLevel level, const std::string& text) { logger_.Log(level, text); }
 
-    json OnInitialize(const json& params);
-    json OnShutdown(const json& params);
-    json OnCompletion(const json& params);
-    json OnResolve(const json& params);
-    json OnSignatureHelp(const json& params);
-    json OnHover(const json& params);
-    json OnDefinition(const json& params);
-    json OnWorkspaceSymbol(const json& params);
+    Reply OnInitialize(const json& params);
+    Reply OnShutdown(const json& params);
+    Reply OnCompletion(const json& params);
+    Reply OnResolve(const json& params);
+    Reply OnSignatureHelp(const json& params);
+    Reply OnHover(const json& params);
+    Reply OnDefinition(const json& params);
+    Reply OnWorkspaceSymbol(const json& params);
     void OnInitialized(const json& params);
     void OnDidOpen(const json& params);
     void OnDidChange(const json& params);
@@ -84,7 +88,7 @@ private:
 
     // Features on a document position; nullptr when the document is not open.
     template <typename Feature>
-    json AtPosition(const json& params, Feature feature);
+    Reply AtPosition(const json& params, Feature feature);
     FeatureContext Context();
     void UpdateSettings();
     std::string ResolvePath(const std::string& path) const;

@@ -125,6 +125,20 @@ json MakeResponse(const json& id, json result) {
     return {{"jsonrpc", "2.0"}, {"id", id}, {"result", std::move(result)}};
 }
 
+std::string Outgoing::Serialize() const {
+    if (!result_) return SerializeMessage(message_);
+    return "{\"id\":" + SerializeMessage(message_) + ",\"jsonrpc\":\"2.0\",\"result\":" + *result_ + "}";
+}
+
+Outgoing::operator const json&() const {
+    if (result_) {
+        json id = std::move(message_);
+        message_ = {{"jsonrpc", "2.0"}, {"id", std::move(id)}, {"result", json::parse(*result_)}};
+        result_.reset();
+    }
+    return message_;
+}
+
 json MakeError(const json& id, ErrorCode code, const std::string& message) {
     return {{"jsonrpc", "2.0"}, {"id", id}, {"error", {{"code", static_cast<int>(code)}, {"message", message}}}};
 }

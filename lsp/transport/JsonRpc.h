@@ -10,6 +10,7 @@
 #ifndef VANTLE_LSP_TRANSPORT_JSONRPC_H_
 #define VANTLE_LSP_TRANSPORT_JSONRPC_H_
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -49,6 +50,22 @@ json MakeError(const json& id, ErrorCode code, const std::string& message);
 json MakeNotification(const std::string& method, json params);
 json MakeRequest(const json& id, const std::string& method, json params);
 std::string SerializeMessage(const json& message);
+
+// A message on its way out: a json value, or a response whose result is JSON text
+// already written, which goes out as it is. Seen as json (tests, the fuzzer), such
+// a response is parsed on demand.
+class Outgoing {
+public:
+    Outgoing(json message) : message_(std::move(message)) {}
+    Outgoing(const json& id, std::string resultText) : message_(id), result_(std::move(resultText)) {}
+    std::string Serialize() const;
+    operator const json&() const;
+
+private:
+    mutable json message_;  // the message, or the id while result_ holds the result
+    mutable std::optional<std::string> result_;
+};
+
 // A key that tells ids apart by type and value (5 and "5" differ).
 std::string IdKey(const json& id);
 

@@ -1,11 +1,7 @@
-// AssistService.h: the assistance service as an editor obtains it, for tests,
-// benchmarks and fuzzers.
-//
-// Create() goes through GetClassObject and the class factory and holds one
-// reference to each of the four interfaces; Release() gives them all back and
-// answers what the last Release answered, 0 when the object is gone. The runtime's
-// own tree comes from NewTree(), loaded from text with Load() or from a file with
-// LoadFile(), each answering the status and the loader's message.
+// AssistService.h: the assistance service as an editor obtains it (through
+// GetClassObject and the factory, one reference to each of the four interfaces;
+// Release() answers what the last Release answered), and the runtime's own tree
+// from NewTree(), loaded from text with Load() or from a file with LoadFile().
 #ifndef VANTLE_TESTING_ASSISTSERVICE_H_
 #define VANTLE_TESTING_ASSISTSERVICE_H_
 

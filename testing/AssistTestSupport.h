@@ -1,9 +1,7 @@
-// AssistTestSupport.h: what every test of the assistance service shares.
-//
-// AssistTest makes the service the way an editor does, next to a fresh fake class
-// tree, and checks after each test that the service gave back every reference and
-// string it took, that its last reference was the last one, and that the module
-// lock count is where it was.
+// AssistTestSupport.h: AssistTest makes the service the way an editor does, next to
+// a fresh fake class tree, and checks after each test that the service gave back
+// every reference and string it took, that its last reference was the last one,
+// and that the module lock count is where it was.
 #ifndef VANTLE_TESTING_ASSISTTESTSUPPORT_H_
 #define VANTLE_TESTING_ASSISTTESTSUPPORT_H_
 

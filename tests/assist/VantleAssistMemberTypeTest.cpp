@@ -29,8 +29,7 @@ protected:
         cart.Property(u"Bare").NullAnswer();
         cart.Property(u"Cut").Raw(u"9:%Te");  // a piece cut short by the tree
         tree.Alias(u"Cart", u"Shop.Cart");
-        // Element types resolve against the class that holds the property.
-        tree.AliasRelative(u"Order", u"Shop.Cart", u"Shop.Order");
+        tree.Alias(u"Order", u"Shop.Order");
     }
 
     Answer TypeOf(const char16_t* member, const char16_t* className = u"Cart") {
@@ -85,7 +84,8 @@ TEST_F(MemberTypeTest, CollectionBeforeRelationshipEachByItsFirstLetter) {
         EXPECT_EQ(TypeOf(u"P"), (Answer{S_OK, SYMBOL_PROPERTY, c.shown}));
     }
     EXPECT_EQ(tree.Records().children.back(), (fakes::ChildrenRequest{u"a", u"1:52:272:362:24", 1}));
-    EXPECT_EQ(tree.Records().normalize.back(), (fakes::NormalizeRequest{u"Order", u"Shop.Cart"}));
+    EXPECT_EQ(tree.Records().normalize.back(), (fakes::NormalizeRequest{u"Order", u"Shop.Cart"}))
+        << "element types resolve against the class that holds the property";
     tree.Fail(TreeCall::kNormalizeName, TNODE_E_INVALIDCLASSNAME, 2);
     EXPECT_EQ(TypeOf(u"P"), (Answer{TNODE_E_INVALIDCLASSNAME, SYMBOL_PROPERTY, "array of Order"}))
         << "a failed type normalisation shows the raw type with its code";

@@ -1,5 +1,6 @@
-// The service object: how an editor reaches it, its lifetime, the small operations
-// and the symbol operations.
+// The service object: how an editor reaches it, its lifetime, the small operations,
+// the include-inherited switch, and the service over the runtime's own tree. (How
+// symbols nest in scopes is the symbol stack's test and the symbols fuzz target's.)
 #include <gtest/gtest.h>
 
 #include "AssistTestSupport.h"
@@ -75,16 +76,10 @@ TEST(ServiceObject, EditorDrivesEveryInterfaceThroughTableSlots) {
     EXPECT_EQ(CanUnloadNow(), locks == 0 ? S_OK : S_FALSE);
     EXPECT_EQ(tree.OutstandingReferences(), 0);
     EXPECT_EQ(KESTO_LiveStringCount(), strings);
-}
-
-// The object map itself is walked by every test that reaches the service through
-// GetClassObject, and registered by the tool's tests.
-TEST(ServiceObject, TheFactoryRefusesOtherInterfacesAndDestroysTheNewObject) {
-    const int locks = g_theModule.GetLockCount();
-    void* out = reinterpret_cast<void*>(0x1);
-    EXPECT_EQ(CVantleAssistant::_theClassFactory.CreateInstance(COM_IID_IClassFactory, &out), E_NOINTERFACE);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(g_theModule.GetLockCount(), locks) << "the new object was destroyed";
+    void* refused = reinterpret_cast<void*>(0x1);
+    EXPECT_EQ(CVantleAssistant::_theClassFactory.CreateInstance(COM_IID_IClassFactory, &refused), E_NOINTERFACE);
+    EXPECT_EQ(refused, nullptr);
+    EXPECT_EQ(g_theModule.GetLockCount(), locks) << "the factory destroyed the object it could not hand out";
 }
 
 TEST_F(AssistTest, CacheInterfacesAreTheTreeManagersOwn) {
@@ -103,22 +98,34 @@ TEST_F(AssistTest, CacheInterfacesAreTheTreeManagersOwn) {
     }
 }
 
-TEST_F(AssistTest, InitializeHoldsOneReferenceEachAndUnpinsTheFlags) {
+TEST_F(AssistTest, InitializeHoldsTheTreeAndItsCacheAndUnpinsTheFlags) {
     MEMBER_FILTER_FLAGS flags{};
+    BSTR out = nullptr;
     EXPECT_EQ(assist->GetFlags(&flags), S_FALSE);
     EXPECT_EQ(flags, 7);
+    EXPECT_EQ(assist->GetClassList(W(u"Sh"), &out), S_FALSE);  // no cache yet
+    EXPECT_EQ(Take(out), "");
+    EXPECT_EQ(assist->SetImportPackageList(W(u"Shop")), S_FALSE);
+    KESTO_FaultInjectStrings(0, 1);
+    EXPECT_EQ(assist->GetClassList(W(u"Sh"), &out), E_OUTOFMEMORY);
+    KESTO_FaultInjectStrings(0, 0);
     ASSERT_EQ(assist->SetFlags(static_cast<MEMBER_FILTER_FLAGS>(21)), S_OK);
     EXPECT_EQ(assist->GetFlags(&flags), S_OK);
     EXPECT_EQ(flags, 21);
+    for (const char16_t* name : {u"Shop.Cart", u"Shop.Item", u"%Text"}) tree.AddClass(name);
+    tree.Fail(TreeCall::kResetCache, static_cast<HRESULT>(0x80670002));
     InitializeWithTree();
-    EXPECT_EQ(tree.OutstandingReferences(), 2) << "the manager and its class cache";
+    InitializeWithTree();
+    EXPECT_EQ(tree.OutstandingReferences(), 2) << "the manager and its class cache, once";
     EXPECT_EQ(assist->GetFlags(&flags), S_FALSE);
     EXPECT_EQ(flags, 21);
-    InitializeWithTree();
-    EXPECT_EQ(tree.OutstandingReferences(), 2);
+    EXPECT_EQ(assist->GetClassList(W(u"Shop."), &out), S_OK);
+    EXPECT_EQ(Take(out), "Shop.Cart,Shop.Item,");
+    EXPECT_EQ(assist->Reset(), static_cast<HRESULT>(0x80670002));
+    EXPECT_EQ(assist->SetImportPackageList(W(u"Shop,Util")), S_OK);
+    EXPECT_EQ(tree.Records().importPackageLists, std::vector<fakes::Text>{u"Shop,Util"});
     ASSERT_EQ(assist->Initialize(nullptr), S_OK);
     EXPECT_EQ(tree.OutstandingReferences(), 0);
-    BSTR out = nullptr;
     EXPECT_EQ(assist->GetClassMembers(W(u"Any"), MEMBER_PROPERTIES, &out), S_FALSE);
 
     ASSERT_EQ(assist->SetFlags(MEMBER_PARAMETERS), S_OK);
@@ -129,42 +136,7 @@ TEST_F(AssistTest, InitializeHoldsOneReferenceEachAndUnpinsTheFlags) {
     EXPECT_EQ(assist->Reset(), S_FALSE) << "no class cache";
 }
 
-TEST_F(AssistTest, ClassCacheOperations) {
-    BSTR out = nullptr;
-    EXPECT_EQ(assist->GetClassList(W(u"Sh"), &out), S_FALSE);  // no cache yet
-    EXPECT_EQ(Take(out), "");
-    EXPECT_EQ(assist->Reset(), S_FALSE);
-    EXPECT_EQ(assist->SetImportPackageList(W(u"Shop")), S_FALSE);
-    KESTO_FaultInjectStrings(0, 1);
-    EXPECT_EQ(assist->GetClassList(W(u"Sh"), &out), E_OUTOFMEMORY);
-    KESTO_FaultInjectStrings(0, 0);
-    for (const char16_t* name : {u"Shop.Cart", u"Shop.Item", u"%Text"}) tree.AddClass(name);
-    tree.Fail(TreeCall::kResetCache, static_cast<HRESULT>(0x80670002));
-    InitializeWithTree();
-    EXPECT_EQ(assist->GetClassList(W(u"Shop."), &out), S_OK);
-    EXPECT_EQ(Take(out), "Shop.Cart,Shop.Item,");
-    EXPECT_EQ(assist->Reset(), static_cast<HRESULT>(0x80670002));
-    EXPECT_EQ(assist->SetImportPackageList(W(u"Shop,Util")), S_OK);
-    EXPECT_EQ(tree.Records().importPackageLists, std::vector<fakes::Text>{u"Shop,Util"});
-}
-
-class SymbolsTest : public AssistTest {
-protected:
-    // "value@language", or the result code when there is no answer.
-    std::string Lookup(const char16_t* name, SYMBOL_KIND kind = SYMBOL_LOCAL) {
-        ParserLanguage language{};
-        BSTR value = nullptr;
-        HRESULT hr = assist->LookupSymbol(W(name), kind, &language, &value);
-        return hr == S_OK ? Take(value) + "@" + std::to_string(language) : std::to_string(hr);
-    }
-    Result Symbols(unsigned int filter) {
-        BSTR list = reinterpret_cast<BSTR>(0x1);
-        HRESULT hr = assist2->GetSymbols(filter, &list);
-        return {hr, Take(list)};
-    }
-};
-
-TEST_F(SymbolsTest, OnlyTheSystemSymbolMovesTheIncludeInheritedSwitch) {
+TEST_F(AssistTest, OnlyTheSystemSymbolMovesTheIncludeInheritedSwitch) {
     const char16_t kSwitch[] = u"INCLUDEINHERITED";
     const std::tuple<const char16_t*, const char16_t*, SYMBOL_KIND, int> cases[] = {
         {kSwitch, u"TRUE", SYMBOL_SYSTEM, 1},   {u"IncludeInherited", u"no", SYMBOL_SYSTEM, 1},
@@ -176,26 +148,13 @@ TEST_F(SymbolsTest, OnlyTheSystemSymbolMovesTheIncludeInheritedSwitch) {
     InitializeWithTree();
     for (const auto& [name, value, kind, includeInherited] : cases) {
         ASSERT_EQ(assist->SetSymbol(W(name), kind, W(value)), S_OK);
-        EXPECT_EQ(Lookup(name, kind), Narrow(W(value)) + "@0") << "stored in any case";
-        BSTR none = nullptr;
-        assist->GetClassMembers(W(u"Shop.Cart"), MEMBER_PROPERTIES, &none);
+        ParserLanguage language{};
+        BSTR out = nullptr;
+        EXPECT_EQ(assist->LookupSymbol(W(name), kind, &language, &out), S_OK);
+        EXPECT_EQ(Take(out), Narrow(W(value))) << "stored as any symbol";
+        assist->GetClassMembers(W(u"Shop.Cart"), MEMBER_PROPERTIES, &out);
         EXPECT_EQ(tree.Records().children.back().includeInherited, includeInherited) << Narrow(W(value));
     }
-}
-
-// How scopes nest is the symbol-table stack's own test; this checks that the
-// editor's calls reach it, and that the service is released with a scope open.
-TEST_F(SymbolsTest, SymbolsFollowTheEditorsEmbeddings) {
-    ASSERT_EQ(assist->SetSymbol(W(u"outer"), SYMBOL_LOCAL, W(u"o")), S_OK);
-    ASSERT_EQ(assist->OnEmbeddingStart(static_cast<ParserLanguage>(5)), S_OK);
-    ASSERT_EQ(assist->SetSymbol(W(u"inner"), SYMBOL_LOCAL, W(u"i")), S_OK);
-    EXPECT_EQ(Lookup(u"inner"), "i@5");
-    EXPECT_EQ(Symbols(1u << (SYMBOL_MACRO - 1)), Result(S_FALSE, "(null)"));
-    ASSERT_EQ(assist->OnEmbeddingEnd(), S_OK);
-    EXPECT_EQ(Lookup(u"inner"), "1");
-    EXPECT_EQ(assist->RemoveSymbol(W(u"outer"), SYMBOL_LOCAL), S_OK);
-    EXPECT_EQ(Lookup(u"outer"), "1");
-    ASSERT_EQ(assist->OnEmbeddingStart(static_cast<ParserLanguage>(1)), S_OK);
 }
 
 TEST_F(AssistTest, RelativeClassNameReachesNormalisationAndNullArgumentsAreRefused) {
@@ -217,6 +176,52 @@ TEST_F(AssistTest, RelativeClassNameReachesNormalisationAndNullArgumentsAreRefus
     EXPECT_EQ(assist2->GetSymbols(1, nullptr), E_POINTER);
     EXPECT_EQ(assist->QueryInterface(COM_IID_IVantleAssist, nullptr), E_POINTER);
     EXPECT_EQ(assist->SetSymbol(W(u"nothing"), SYMBOL_LOCAL, nullptr), S_OK) << "a NULL value is empty";
+}
+
+// Entries of a comma-terminated list.
+std::vector<Units> Entries(const kesto::String& list) {
+    std::vector<Units> entries;
+    const Units text = UnitsOf(list);
+    for (size_t start = 0, comma; (comma = text.find(',', start)) != Units::npos; start = comma + 1) {
+        entries.push_back(text.substr(start, comma - start));
+    }
+    return entries;
+}
+
+// The service over the runtime's own tree of the bundled dictionary: every query
+// about every member of every class is answered, and afterwards (the fixture's
+// checks) every reference and string is given back and the module is unlocked.
+TEST_F(AssistTest, AnswersEveryQueryOverTheRuntimesTreeAndLeavesNothingBehind) {
+    kesto::Ref<COM_ITNodeManager> manager = NewTree();
+    const LoadOutcome loaded = LoadFile(manager.get(), VANTLE_BUNDLED_DICTIONARY);
+    ASSERT_EQ(loaded.status, S_OK) << loaded.message;
+    ASSERT_EQ(assist->Initialize(manager.get()), S_OK);
+    manager.reset();
+    kesto::String classes, members, out[3];
+    ASSERT_EQ(assist->GetClassList(W(""), classes.out()), S_OK);
+    int answered = 0;
+    auto count = [&answered](HRESULT hr) {
+        EXPECT_TRUE(SUCCEEDED(hr)) << hr;
+        answered += hr == S_OK;
+    };
+    for (const Units& className : Entries(classes)) {
+        const CBSTR cls = className.c_str();
+        count(assist3->GetClassMembersEx(cls, static_cast<MEMBER_FILTER_FLAGS>(63), out[0].out()));
+        count(assist->GetClassMembers(cls, static_cast<MEMBER_FILTER_FLAGS>(63), members.out()));
+        for (Units member : Entries(members)) {
+            if (member.back() == '(') member.pop_back();
+            SYMBOL_KIND typeKind{};
+            count(assist->GetClassMemberType(cls, member.c_str(), &typeKind, out[0].out()));
+            for (unsigned long argument : {0ul, 1ul, 2ul}) {
+                count(assist->GetMethodSignature(cls, member.c_str(), argument, out[0].out(), out[1].out(),
+                                                 out[2].out()));
+            }
+            for (SYMBOL_KIND kind : {SYMBOL_METHOD, SYMBOL_MEMBERMETHOD, SYMBOL_PROPERTY, SYMBOL_CLASSPARAMETER}) {
+                count(assist2->GetMemberOrigin(cls, member.c_str(), kind, out[0].out()));
+            }
+        }
+    }
+    EXPECT_GT(answered, 500) << "the bundled dictionary should give a real workload";
 }
 
 }  // namespace

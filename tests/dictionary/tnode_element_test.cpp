@@ -2,8 +2,6 @@
 // keyword answers, as a component reads them.
 #include <gtest/gtest.h>
 
-#include <utility>
-
 #include "AssistService.h"
 #include "StringBalanceTest.h"
 #include "kesto/diagnostics.h"
@@ -36,37 +34,30 @@ const char kShop[] = R"({"format": "vantle-class-dictionary/1", "classes": [
   {"name": "Shop.Line"},
   {"name": "%Library.Text", "classType": "datatype"}]})";
 
-// "name=values;" for each entry of a listing, which is released.
-std::string Drain(Ref<COM_IStringCollection> children) {
-    std::string entries;
-    kesto::String name, values;
-    while (children->Next(name.out(), values.out()) == S_OK) entries += Narrow(name) + "=" + Narrow(values) + ";";
-    EXPECT_TRUE(name.is_null() && values.is_null());
-    EXPECT_EQ(children->Next(name.out(), values.out()), S_FALSE) << "the end repeats";
-    return entries;
-}
-
-Ref<COM_ITNodeElement> Node(COM_ITNodeManager* manager, const char* name) {
-    Ref<COM_ITNodeElement> node;
-    EXPECT_EQ(manager->GetClassNode(W(name), node.out()), S_OK) << name;
-    return node;
-}
-
-std::string List(COM_ITNodeElement* node, const char* kind, const char* query, int inherited) {
-    Ref<COM_IStringCollection> children;
-    EXPECT_EQ(node->OpenChildren(W(kind), W(query), inherited, children.out()), S_OK);
-    return children ? Drain(std::move(children)) : "";
-}
-
 class ClassNodes : public StringBalanceTest {
 protected:
     void SetUp() override {
         auto outcome = Load(manager_.get(), kShop);
         ASSERT_EQ(outcome.status, S_OK) << outcome.message;
     }
-    Ref<COM_ITNodeElement> Node(const char* name) { return ::Node(manager_.get(), name); }
+    Ref<COM_ITNodeElement> Node(const char* name) {
+        Ref<COM_ITNodeElement> node;
+        EXPECT_EQ(manager_->GetClassNode(W(name), node.out()), S_OK) << name;
+        return node;
+    }
     std::string List(const char* cls, const char* kind, const char* query, int inherited) {
-        return ::List(Node(cls).get(), kind, query, inherited);
+        Ref<COM_IStringCollection> children;
+        EXPECT_EQ(Node(cls)->OpenChildren(W(kind), W(query), inherited, children.out()), S_OK);
+        return children ? Drain(children.get()) : "";
+    }
+    // "name=values;" for each entry of a listing.
+    static std::string Drain(COM_IStringCollection* children) {
+        std::string entries;
+        kesto::String name, values;
+        while (children->Next(name.out(), values.out()) == S_OK) entries += Narrow(name) + "=" + Narrow(values) + ";";
+        EXPECT_TRUE(name.is_null() && values.is_null());
+        EXPECT_EQ(children->Next(name.out(), values.out()), S_FALSE) << "the end repeats";
+        return entries;
     }
 
     Ref<COM_ITNodeManager> manager_ = NewTree();
@@ -148,7 +139,7 @@ TEST_F(ClassNodes, AFailedStringAllocationDoesNotConsumeTheEntry) {
         EXPECT_TRUE(name == nullptr && values == nullptr);
         KESTO_FaultInjectStrings(0, 0);
     }
-    EXPECT_EQ(Drain(std::move(children)).substr(0, 22), "%New=13:%Library.Base;");
+    EXPECT_EQ(Drain(children.get()).substr(0, 22), "%New=13:%Library.Base;");
 }
 
 TEST_F(ClassNodes, NodesAndListingsOutliveReloadsAndTheManagerAndAnswerTheirInterfaces) {
@@ -172,15 +163,22 @@ TEST_F(ClassNodes, NodesAndListingsOutliveReloadsAndTheManagerAndAnswerTheirInte
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(children->QueryInterface(COM_IID_IStringCollection, &out), S_OK);
     EXPECT_EQ(children->Release(), 1u);
-    EXPECT_EQ(Drain(std::move(children)), "%New=13:%Library.Base;Check=13:%Library.Base;Describe=13:Shop.Document;"
+    EXPECT_EQ(Drain(children.get()), "%New=13:%Library.Base;Check=13:%Library.Base;Describe=13:Shop.Document;"
                                "Log=10:Shop.Audit;Save=13:Shop.Document;Total=10:Shop.Order;");
 }
 
-// The walk hands out its strings with a fixed-size copy for short ones: names and
+// A diamond: both paths reach Root; it is walked once, where depth first meets it
+// first, so Left's override of Root's member beats Right's only by position. The
+// walk hands out its strings with a fixed-size copy for short ones: names and
 // answers on either side of that size, met in one walk so that each string reuses
 // the blocks of the ones before it, must come back exact.
-TEST_F(ClassNodes, NamesAndAnswersOnEitherSideOfTheShortStringSizeComeBackExact) {
-    std::string json = R"({"classes": [{"name": "L.Sizes", "methods": [)";
+TEST_F(ClassNodes, ADiamondIsWalkedOnceAndStringsOfEverySizeComeBackExact) {
+    std::string json = R"({"classes": [
+      {"name": "D.Root", "methods": [{"name": "A"}, {"name": "B"}, {"name": "C"}]},
+      {"name": "D.Left", "super": ["Root"], "methods": [{"name": "B"}]},
+      {"name": "D.Right", "super": ["Root"], "methods": [{"name": "B"}, {"name": "C"}]},
+      {"name": "D.Bottom", "super": ["Left", "Right"]},
+      {"name": "L.Sizes", "methods": [)";
     std::string expected;
     char first = 'A';
     for (std::size_t length : {1, 40, 2, 31, 32, 33, 8, 30, 29, 37, 38, 16}) {
@@ -190,21 +188,10 @@ TEST_F(ClassNodes, NamesAndAnswersOnEitherSideOfTheShortStringSizeComeBackExact)
                 type + R"("})";
         expected += name + "=" + std::to_string(length) + ":" + type + ";";
     }
-    ASSERT_EQ(Load(manager_.get(), json + "]}]}").status, S_OK);
-    EXPECT_EQ(List("L.Sizes", "m", "2:42", 0), expected);
-}
-
-// A diamond: both paths reach Root; it is walked once, where depth first meets it
-// first, so Left's override of Root's member beats Right's only by position.
-TEST(Lineage, DiamondVisitsTheSharedAncestorOnce) {
-    auto manager = NewTree();
-    auto outcome = Load(manager.get(), R"({"classes": [
-      {"name": "D.Root", "methods": [{"name": "A"}, {"name": "B"}, {"name": "C"}]},
-      {"name": "D.Left", "super": ["Root"], "methods": [{"name": "B"}]},
-      {"name": "D.Right", "super": ["Root"], "methods": [{"name": "B"}, {"name": "C"}]},
-      {"name": "D.Bottom", "super": ["Left", "Right"]}]})");
+    auto outcome = Load(manager_.get(), json + "]}]}");
     ASSERT_EQ(outcome.status, S_OK) << outcome.message;
-    EXPECT_EQ(List(Node(manager.get(), "D.Bottom").get(), "m", "1:2", 1), "A=6:D.Root;B=6:D.Left;C=6:D.Root;");
+    EXPECT_EQ(List("D.Bottom", "m", "1:2", 1), "A=6:D.Root;B=6:D.Left;C=6:D.Root;");
+    EXPECT_EQ(List("L.Sizes", "m", "2:42", 0), expected);
 }
 
 }  // namespace

@@ -4,11 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <utility>
 #include <vector>
 
+#include "RegistryTestSupport.h"
 #include "StringBalanceTest.h"
 #include "kesto/diagnostics.h"
-#include "registry/RegistryTestSupport.h"
 #include "sysComRegister.h"
 
 namespace {
@@ -33,10 +34,10 @@ HRESULT Update(int doRegister, bool other = false) {
 class RegistrationTest : public StringBalanceTest {
 protected:
     TempFolder m_folder;
-    ScopedEnv m_registryEnv{"KESTO_REGISTRY", (m_folder.Path() / "registry.db").string()};
+    ScopedEnv m_registryEnv{"KESTO_REGISTRY", m_folder / "registry.db"};
 };
 
-TEST_F(RegistrationTest, RegisteringWritesEveryRecordAndCountsInstallations) {
+TEST_F(RegistrationTest, InstallationsAreCountedAndTheLastUnregistrationRemovesEveryRecord) {
     ASSERT_EQ(Update(1), S_OK);
     const std::pair<std::string, std::string> records[] = {
         {kClassKey, "Tool"},  {kClassKey + "\\InprocServer32", "libvantleassist.so"}, {kClassKey + "\\ProgID", "Tool"},
@@ -51,24 +52,17 @@ TEST_F(RegistrationTest, RegisteringWritesEveryRecordAndCountsInstallations) {
     EXPECT_EQ(Update(0), S_FALSE) << "still installed: only the count goes down";
     EXPECT_EQ(ValueAt(kClassKey + "\\InstallCount"), "1");
     EXPECT_EQ(ValueAt("Moniker\\mk", "a"), kClassText);
-
     ASSERT_EQ(Update(1, true), S_OK);
     EXPECT_EQ(ValueAt(kOtherKey + "\\InstallCount"), "1");
     EXPECT_FALSE(KeyExists(kOtherKey + "\\DisplayName") || KeyExists(kOtherKey + "\\Description"));
-}
 
-TEST_F(RegistrationTest, TheLastUnregistrationRemovesEveryRecord) {
-    ASSERT_EQ(Update(1), S_OK);
-    ASSERT_EQ(Update(1, true), S_OK);
     EXPECT_EQ(Update(0), S_OK);
     EXPECT_FALSE(KeyExists(kClassKey) || KeyExists("Tool"));
     for (const char* extension : {"a", "", " b"}) EXPECT_EQ(ValueAt("Moniker\\mk", extension), std::nullopt);
     EXPECT_TRUE(KeyExists(kOtherKey)) << "other classes stay";
-
     // A class whose installations were never counted goes at once.
-    Ref<COM_IRegistry> registry;
-    ASSERT_EQ(NewRegistry(registry), S_OK);
-    ASSERT_EQ(registry->OpenRoot(1, W(kOtherKey)), S_OK);
+    Ref<COM_IRegistry> registry = OpenAt(kOtherKey);
+    ASSERT_TRUE(registry);
     ASSERT_EQ(registry->DeleteKey(W(u"InstallCount")), S_OK);
     ASSERT_EQ(registry->Close(), S_OK);
     EXPECT_EQ(Update(0, true), S_OK);
@@ -77,12 +71,12 @@ TEST_F(RegistrationTest, TheLastUnregistrationRemovesEveryRecord) {
 }
 
 // Doubles of the registry and the category manager in the place of the runtime's
-// classes. Registry calls are logged by name and the failAt-th fails; GetIntValue
-// finds installCount and the subkey enumerator counts `subkeys`. Category calls
-// are logged as "Register(category,class)" and the failCategoryAt-th fails.
+// classes. Calls are logged, registry calls by name and category calls as
+// "Register(category,class)", and the failAt-th fails; GetIntValue finds
+// installCount and the subkey enumerator counts `subkeys`.
 struct Doubles {
-    Calls calls, categoryCalls;
-    std::optional<std::size_t> failAt, failCategoryAt;
+    Calls calls;
+    std::optional<std::size_t> failAt;
     HRESULT failWith = REGDB_E_WRITEREGDB, createRegistry = S_OK, createCategories = S_OK;
     std::optional<int> installCount;
     unsigned int subkeys = 0;
@@ -90,9 +84,15 @@ struct Doubles {
 };
 Doubles* s_doubles = nullptr;
 
-HRESULT Log(const char* call) {
-    s_doubles->calls.push_back(call);
+HRESULT Log(std::string call) {
+    s_doubles->calls.push_back(std::move(call));
     return s_doubles->failAt == s_doubles->calls.size() - 1 ? s_doubles->failWith : S_OK;
+}
+
+HRESULT Log(const char* verb, const COM_GUID& category, const COM_GUID& clsid) {
+    char call[64];
+    std::snprintf(call, sizeof call, "%s(%X,%X)", verb, category.Data1, clsid.Data1);
+    return Log(std::string(call));
 }
 
 template <typename Interface>
@@ -141,19 +141,13 @@ class Registry final : public Double<COM_IRegistry> {
 };
 
 class Categories final : public Double<COM_ICatRegister> {
-    HRESULT RegisterCategory(const COM_GUID& category, CBSTR) override { return Note("Category", category, category); }
-    HRESULT UnregisterCategory(const COM_GUID& category) override { return Note("Uncategory", category, category); }
+    HRESULT RegisterCategory(const COM_GUID& category, CBSTR) override { return Log("Category", category, category); }
+    HRESULT UnregisterCategory(const COM_GUID& category) override { return Log("Uncategory", category, category); }
     HRESULT RegisterClassInCategory(const COM_GUID* category, const COM_GUID& clsid) override {
-        return Note("Register", *category, clsid);
+        return Log("Register", *category, clsid);
     }
     HRESULT UnregisterClassFromCategory(const COM_GUID* category, const COM_GUID& clsid) override {
-        return Note("Unregister", *category, clsid);
-    }
-    static HRESULT Note(const char* verb, const COM_GUID& category, const COM_GUID& clsid) {
-        char call[64];
-        std::snprintf(call, sizeof call, "%s(%X,%X)", verb, category.Data1, clsid.Data1);
-        s_doubles->categoryCalls.push_back(call);
-        return s_doubles->failCategoryAt == s_doubles->categoryCalls.size() - 1 ? E_FAIL : S_OK;
+        return Log("Unregister", *category, clsid);
     }
 };
 
@@ -180,16 +174,16 @@ protected:
     void TearDown() override {
         KESTO_OverrideClass(COM_CLSID_Registry, nullptr);
         KESTO_OverrideClass(COM_CLSID_CategoryManager, nullptr);
-        KESTO_FaultInjectStrings(0, 0);
         EXPECT_EQ(m_doubles.live, 0) << "every registry object and enumerator was released";
     }
 
     Doubles m_doubles;
 };
 
-// Each call of each sequence fails in turn: the failure is returned as it is and
-// nothing more is asked of the registry (no Close: releasing rolls back).
-TEST_F(DoubledRegistrationTest, EveryFailingRegistryCallEndsTheUpdate) {
+// Each call of each sequence fails in turn, then each string allocation: the
+// failure is returned as it is and nothing more is asked of the registry (no
+// Close: releasing rolls back).
+TEST_F(DoubledRegistrationTest, EveryFailingRegistryCallOrStringEndsTheUpdate) {
     struct Case {
         int doRegister;
         std::optional<int> count;
@@ -211,7 +205,15 @@ TEST_F(DoubledRegistrationTest, EveryFailingRegistryCallEndsTheUpdate) {
             EXPECT_EQ(m_doubles.live, 0);
         }
         m_doubles.failAt.reset();
-        EXPECT_EQ(Update(c.doRegister), success);
+        const HRESULT clean = UnderStringFailures([&] { return m_doubles.calls.clear(), Update(c.doRegister); },
+                                                  [&](HRESULT hr, unsigned long skip) {
+                                                      EXPECT_EQ(hr, E_OUTOFMEMORY) << skip;
+                                                      EXPECT_TRUE(m_doubles.calls.empty() ||
+                                                                  m_doubles.calls.back() != "Close") << skip;
+                                                      EXPECT_EQ(m_doubles.live, 0) << skip;
+                                                  },
+                                                  20);
+        EXPECT_EQ(clean, success);
     }
     m_doubles.createRegistry = REGDB_E_READREGDB;
     m_doubles.calls.clear();
@@ -220,21 +222,6 @@ TEST_F(DoubledRegistrationTest, EveryFailingRegistryCallEndsTheUpdate) {
     EXPECT_EQ(DllRegisterServer(), 1);
     EXPECT_EQ(DllUnregisterServer(), 1);
     EXPECT_TRUE(m_doubles.calls.empty());
-}
-
-TEST_F(DoubledRegistrationTest, RunningOutOfStringsEndsTheUpdateCleanly) {
-    m_doubles.installCount = 1;
-    for (int doRegister : {1, 0}) {
-        const HRESULT clean = UnderStringFailures([&] { return m_doubles.calls.clear(), Update(doRegister); },
-                                                  [&](HRESULT hr, unsigned long skip) {
-                                                      EXPECT_EQ(hr, E_OUTOFMEMORY) << skip;
-                                                      EXPECT_TRUE(m_doubles.calls.empty() ||
-                                                                  m_doubles.calls.back() != "Close") << skip;
-                                                      EXPECT_EQ(m_doubles.live, 0) << skip;
-                                                  },
-                                                  20);
-        EXPECT_EQ(clean, S_OK);
-    }
 }
 
 // --- The object-map walk: A has categories 1 and 2, B none, C category 2 and no updater.
@@ -262,7 +249,6 @@ const COM_OBJECT_MAP_ENTRY s_map[] = {
 
 TEST_F(DoubledRegistrationTest, TheObjectMapWalkGoesOnPastFailuresAndKeepsCategoriesOfInstalledClasses) {
     const Calls all = {"Register(1,A)", "Register(2,A)", "Register(2,C)"};
-    const Calls none;
     struct Case {
         const char* what;
         int doRegister;
@@ -276,21 +262,21 @@ TEST_F(DoubledRegistrationTest, TheObjectMapWalkGoesOnPastFailuresAndKeepsCatego
         {"failing updater: A's categories still joined", 1, REGDB_E_WRITEREGDB, S_OK, S_OK, {}, 1, all},
         {"failing category call", 1, S_OK, S_OK, S_OK, 0, 1, all},
         {"unregister", 0, S_OK, S_OK, S_OK, {}, 0, {"Unregister(1,A)", "Unregister(2,A)", "Unregister(2,C)"}},
-        {"A still installed: A and every later class keep theirs", 0, S_FALSE, S_OK, S_OK, {}, 0, none},
+        {"A still installed: A and every later class keep theirs", 0, S_FALSE, S_OK, S_OK, {}, 0, {}},
         {"B still installed: C keeps its", 0, S_OK, S_FALSE, S_OK, {}, 0, {"Unregister(1,A)", "Unregister(2,A)"}},
-        {"no category manager", 0, S_OK, S_OK, E_OUTOFMEMORY, {}, 1, none},
+        {"no category manager", 0, S_OK, S_OK, E_OUTOFMEMORY, {}, 1, {}},
     };
     for (const Case& c : cases) {
         s_updates.clear();
-        m_doubles.categoryCalls.clear();
+        m_doubles.calls.clear();
         s_updateResult[0] = c.a;
         s_updateResult[1] = c.b;
         m_doubles.createCategories = c.categoriesMade;
-        m_doubles.failCategoryAt = c.failCategoryAt;
+        m_doubles.failAt = c.failCategoryAt;
         EXPECT_EQ(sysRegisterObjectMap(s_map, c.doRegister), c.result) << c.what;
         const std::string d = std::to_string(c.doRegister);
         EXPECT_EQ(s_updates, Calls({"A" + d, "B" + d})) << c.what;
-        EXPECT_EQ(m_doubles.categoryCalls, c.categoryCalls) << c.what;
+        EXPECT_EQ(m_doubles.calls, c.categoryCalls) << c.what;
     }
 }
 

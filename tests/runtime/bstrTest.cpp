@@ -20,7 +20,7 @@ std::uint32_t BytePrefix(BSTR string) {
 
 using BstrTest = StringBalanceTest;
 
-TEST_F(BstrTest, LayoutIsByteCountThenUnitsThenZeroAndLengthKeepsEmbeddedZeros) {
+TEST_F(BstrTest, LayoutIsByteCountThenUnitsThenZeroAndNullIsNoString) {
     for (const char16_t* text : {u"", u"a", u"hello, world"}) {
         BSTR s = COM_SysAllocString(W(text));
         ASSERT_NE(s, nullptr);
@@ -33,18 +33,14 @@ TEST_F(BstrTest, LayoutIsByteCountThenUnitsThenZeroAndLengthKeepsEmbeddedZeros) 
     BSTR s = COM_SysAllocStringLen(W(std::u16string_view(u"a\0b\0", 4)), 3);
     EXPECT_EQ(BytePrefix(s), 6u);
     EXPECT_EQ(s[3], 0);
-    EXPECT_EQ(Take(s), "a\\u0000b");
-}
-
-TEST_F(BstrTest, NullRulesAndImpossibleLengths) {
+    EXPECT_EQ(Take(s), "a\\u0000b") << "the length keeps embedded zeros";
+    s = COM_SysAllocStringLen(nullptr, 4);  // reserved for the caller to fill, terminated
+    ASSERT_NE(s, nullptr);
+    EXPECT_TRUE(COM_SysStringLen(s) == 4u && s[4] == 0);
+    COM_SysFreeString(s);
     EXPECT_EQ(COM_SysAllocString(nullptr), nullptr);
     EXPECT_EQ(COM_SysStringLen(nullptr), 0u);
     COM_SysFreeString(nullptr);
-    BSTR reserved = COM_SysAllocStringLen(nullptr, 4);  // reserved for the caller to fill, terminated
-    ASSERT_NE(reserved, nullptr);
-    EXPECT_EQ(COM_SysStringLen(reserved), 4u);
-    EXPECT_EQ(reserved[4], 0);
-    COM_SysFreeString(reserved);
     EXPECT_EQ(COM_SysAllocStringLen(nullptr, 0x80000000u), nullptr) << "beyond the byte prefix";
     EXPECT_EQ(COM_SysAllocStringLen(nullptr, 0xFFFFFFFFu), nullptr);
 }
@@ -88,21 +84,17 @@ TEST_F(BstrTest, EveryLengthIsCopiedExactlyThroughReusedBlocks) {
     }
 }
 
-TEST_F(BstrTest, LiveCountFollowsStringsAcrossThreads) {
-    std::vector<BSTR> fromWorker;
-    std::thread worker([&fromWorker] {
-        for (int i = 0; i < 10; ++i) fromWorker.push_back(COM_SysAllocString(W("made elsewhere")));
-        COM_SysFreeString(COM_SysAllocString(W("gone before the end")));
-    });
-    worker.join();
+// Hosts free strings on other threads than the one that made them, after it ended.
+TEST_F(BstrTest, StringsOutliveTheirThreadAndMayBeFreedOnAnother) {
+    std::vector<BSTR> strings;
+    std::thread([&strings] {
+        for (int i = 0; i < 10; ++i) strings.push_back(COM_SysAllocString(W("made elsewhere")));
+    }).join();
     EXPECT_EQ(KESTO_LiveStringCount(), m_stringsAtStart + 10) << "an ended thread's strings still count";
-
-    BSTR fromMain = COM_SysAllocString(W("freed elsewhere"));
-    std::thread freer([&] {
-        for (BSTR s : fromWorker) COM_SysFreeString(s);
-        COM_SysFreeString(fromMain);
-    });
-    freer.join();
+    strings.push_back(COM_SysAllocString(W("made here")));
+    std::thread([&strings] {
+        for (BSTR s : strings) COM_SysFreeString(s);
+    }).join();
 }
 
 }  // namespace

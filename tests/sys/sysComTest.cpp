@@ -104,21 +104,4 @@ TEST_F(FrameTest, ResolverRowsFollowThePendingResultRule) {
     EXPECT_EQ(out, nullptr);
 }
 
-TEST_F(FrameTest, ModuleNameIsFixedAndPathIsEmpty) {
-    BSTR name = nullptr, path = nullptr;
-    ASSERT_EQ(g_theModule.GetModuleName(&name), S_OK);
-    ASSERT_EQ(g_theModule.GetModulePath(&path), S_OK);
-    EXPECT_EQ(Take(name), "libvantleassist.so");
-    EXPECT_EQ(Take(path), "") << "an empty string, not NULL";
-    KESTO_FaultInjectStrings(0, 2);
-    EXPECT_EQ(g_theModule.GetModuleName(&name), E_OUTOFMEMORY);
-    EXPECT_EQ(g_theModule.GetModulePath(&path), E_OUTOFMEMORY);
-    EXPECT_TRUE(name == nullptr && path == nullptr);
-    EXPECT_EQ(g_theModule.GetModuleName(nullptr), E_POINTER);
-    EXPECT_EQ(g_theModule.GetModulePath(nullptr), E_POINTER);
-    static bool exitHandlerCalled = false;
-    COM_RegisterExitHandler([] { exitHandlerCalled = true; }, 0);
-    EXPECT_FALSE(exitHandlerCalled) << "registering an exit handler does not call it";
-}
-
 }  // namespace

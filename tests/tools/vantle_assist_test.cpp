@@ -1,37 +1,42 @@
 // The host tool end to end: the real binary, the real component and runtime, the
-// bundled dictionary. Checks the --json answers exactly, exit statuses and messages.
-// The answers themselves are the service's tests; these rows cover each option and
-// each shape of answer once.
+// bundled dictionary, and a registry of its own. Checks the --json answers
+// exactly, exit statuses and messages, and the registration commands. The answers
+// themselves are the service's tests; these rows cover each option and each shape
+// of answer once.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include "registry/RegistryTestSupport.h"
+#include "RegistryTestSupport.h"
 
 namespace {
 
-using registry_test::ReadFile;
+using namespace registry_test;
 
 struct Outcome {
     int status;
     std::string out, err;
 };
 
+void ExpectIn(const std::string& text, const std::string& part) {
+    EXPECT_NE(text.find(part), std::string::npos) << "missing: " << part << "\nin:\n" << text;
+}
+
 class Tool : public testing::Test {
 protected:
-    // Runs the tool with `arguments` (shell words), standard input and NAME=value settings.
-    Outcome Run(const std::string& arguments, const std::string& input = "", const std::string& environment = "") {
-        const std::string in = Path("in"), out = Path("out"), err = Path("err");
-        registry_test::WriteFile(in, input);
-        int raw = std::system((environment + " '" VANTLE_TOOL_PATH "' " + arguments + " <'" + in + "' >'" +
-                              out + "' 2>'" + err + "'").c_str());
+    // Runs the tool with `arguments` (shell words) and standard input.
+    Outcome Run(const std::string& arguments, const std::string& input = "") {
+        const std::string in = m_folder / "in", out = m_folder / "out", err = m_folder / "err";
+        WriteFile(in, input);
+        int raw = std::system(("'" VANTLE_TOOL_PATH "' " + arguments + " <'" + in + "' >'" + out + "' 2>'" + err +
+                               "'").c_str());
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadFile(out), ReadFile(err)};
     }
-    std::string Path(const std::string& name) { return (m_folder.Path() / name).string(); }
 
-    registry_test::TempFolder m_folder;
-    // An empty registry of our own: the tool falls back to the library beside it.
-    registry_test::ScopedEnv m_registry{"KESTO_REGISTRY", Path("registry.db")};
-    registry_test::ScopedEnv m_dictionary{"VANTLE_DICTIONARY", std::nullopt};
+    TempFolder m_folder;
+    // Not made yet: the tool falls back to the library beside it.
+    std::string m_file = m_folder / "kesto/registry.db";
+    ScopedEnv m_registry{"KESTO_REGISTRY", m_file};
+    ScopedEnv m_dictionary{"VANTLE_DICTIONARY", std::nullopt};
 };
 
 TEST_F(Tool, JsonAnswersOnTheBundledDictionary) {
@@ -65,35 +70,63 @@ TEST_F(Tool, JsonAnswersOnTheBundledDictionary) {
     EXPECT_EQ(run.out, "{\"hresult\": 0, \"origin\": \"%Library.Persistent\"}\n") << "the same from an explicit module";
 }
 
-TEST_F(Tool, ARegisteredServiceIsCreatedThroughTheRuntime) {
-    const std::string registry = "KESTO_REGISTRY='" + Path("registered.db") + "'";
-    ASSERT_EQ(Run("register", "", registry).status, 0);
-    Outcome demo = Run("demo", "", registry);
-    EXPECT_NE(demo.out.find("service: registered class)"), std::string::npos) << demo.out.substr(0, 200);
-    EXPECT_EQ(Run("--json type Shop.Order Lines", "", registry).out,
-              "{\"hresult\": 0, \"kind\": 5, \"type\": \"relm of Shop.Line\"}\n");
-    ASSERT_EQ(Run("unregister", "", registry).status, 0);
-    demo = Run("demo", "", registry);
-    EXPECT_NE(demo.out.find("libvantleassist.so)"), std::string::npos) << "falls back to the library beside the tool";
+// The library registers itself through the tool; the registered service is then
+// created through the runtime, and after the last unregistration the tool falls
+// back to the library beside it.
+TEST_F(Tool, RegistersTheLibraryShowsTheRegistryAndCreatesTheServiceThroughIt) {
+    ExpectIn(Run("registry").out, "not made yet");
+    EXPECT_FALSE(std::filesystem::exists(m_file)) << "showing must not make the registry";
+    Outcome run = Run("register");
+    EXPECT_EQ(run.status, 0) << run.err;
+    ExpectIn(run.out, "VantleAssist: installed 1 time");
+    ExpectIn(Run("register '" VANTLE_COMPONENT_PATH "'").out, "installed 2 times");
+    Ref<COM_IRegistry> registry;
+    ASSERT_EQ(NewRegistry(registry), S_OK);
+    ASSERT_EQ(registry->OpenRoot(2, W(u"")), S_OK);
+    ASSERT_EQ(registry->CreateKey(W(u"Editor\\Fonts"), 1), S_OK);
+    ASSERT_EQ(registry->SetStringValue(W(u"Quote"), W(u"say \"hi\"\\\n")), S_OK);
+    ASSERT_EQ(registry->SetIntValue(W(u"Size"), -12), S_OK);
+    ASSERT_EQ(registry->SetStringValue(W(u""), W(u"\u00E9")), S_OK);
+    ASSERT_EQ(registry->Close(), S_OK);
+    run = Run("registry");
+    EXPECT_EQ(run.status, 0) << run.err;
+    for (const char* part : {"Classes (root 1)\n  CLSID\n    {", "\n      (default) = \"VantleAssist\"\n",
+                             "\n      InprocServer32\n        (default) = \"libvantleassist.so\"\n",
+                             "\n      InstallCount\n        (default) = 2\n", "\n  VantleAssist\n    CLSID\n",
+                             "\nSettings (root 2)\n  Editor\n    Fonts\n      (default) = \"\xC3\xA9\"\n"
+                             "      Quote = \"say \\\"hi\\\"\\\\\\x0A\"\n      Size = -12\n"}) {
+        ExpectIn(run.out, part);
+    }
+    ExpectIn(Run("demo").out, "service: registered class)");
+    EXPECT_EQ(Run("--json type Shop.Order Lines").out, "{\"hresult\": 0, \"kind\": 5, \"type\": \"relm of Shop.Line\"}\n");
+    EXPECT_EQ(Run("unregister").status, 0);
+    run = Run("unregister");
+    EXPECT_EQ(run.status, 0) << run.err;
+    ExpectIn(run.out, "not registered");
+    Outcome demo = Run("demo");
     EXPECT_EQ(demo.status, 0) << demo.err;
-    EXPECT_NE(demo.out.find("$ vantle-assist origin Shop.ExpressOrder Touch"), std::string::npos);
+    ExpectIn(demo.out, "libvantleassist.so)");
+    ExpectIn(demo.out, "$ vantle-assist origin Shop.ExpressOrder Touch");
     EXPECT_EQ(demo.err, "");
 }
 
 TEST_F(Tool, FailuresExitWithTheirStatusAndMessage) {
-    registry_test::WriteFile(Path("bad.json"), "{\"classes\": [\n  {\"name\": \"A.B\", \"super\": [\"A.C\"]}]}");
-    const std::tuple<std::string, int, std::string> cases[] = {
-        {"--json origin No.Such Member", 1, "Class does not exist [80670007]"},
-        {"origin Shop..Order Member", 1, "Class name is invalid [8067000A]"},
-        {"classes --dictionary '" + Path("none.json") + "'", 1, Path("none.json") + ": cannot open"},
-        {"classes --dictionary '" + Path("bad.json") + "'", 1,
-         Path("bad.json") + ":2:29: super class \"A.C\" does not exist (class A.B)"},
-        {"classes --module '" + Path("libnothing.so") + "'", 1, "cannot load the assistance component"},
+    WriteFile(m_folder / "bad.json", "{\"classes\": [\n  {\"name\": \"A.B\", \"super\": [\"A.C\"]}]}");
+    const std::string bad = m_folder / "bad.json", none = m_folder / "none.json";
+    const std::pair<std::string, std::string> cases[] = {
+        {"--json origin No.Such Member", "Class does not exist [80670007]"},
+        {"origin Shop..Order Member", "Class name is invalid [8067000A]"},
+        {"classes --dictionary '" + none + "'", none + ": cannot open"},
+        {"classes --dictionary '" + bad + "'", bad + ":2:29: super class \"A.C\" does not exist (class A.B)"},
+        {"classes --module '" + m_folder / "libnothing.so" + "'", "cannot load the assistance component"},
+        {"unregister", "is not registered: Key is missing from the registry [80040152]"},
+        {"register '" + m_folder / "none.so" + "'", "Couldn't find DLL [800401F8]"},
+        {"unregister '" NOENTRY_MODULE_PATH "'", "Entry point not found in DLL [800401F9]"},
     };
-    for (const auto& [arguments, status, message] : cases) {
+    for (const auto& [arguments, message] : cases) {
         Outcome run = Run(arguments);
-        EXPECT_EQ(run.status, status) << arguments;
-        EXPECT_NE(run.err.find(message), std::string::npos) << arguments << "\n" << run.err;
+        EXPECT_EQ(run.status, 1) << arguments;
+        ExpectIn(run.err, message);
     }
     EXPECT_EQ(Run("--json origin No.Such Member").out, "{\"hresult\": -2140733433, \"origin\": null}\n");
     for (const char* arguments : {"", "bogus", "members", "type Shop.Order", "signature A B C D", "members X --bogus",
@@ -104,6 +137,14 @@ TEST_F(Tool, FailuresExitWithTheirStatusAndMessage) {
         EXPECT_EQ(run.out, "") << arguments;
         EXPECT_NE(run.err, "") << arguments;
     }
+    std::filesystem::create_directories(m_folder / "kesto");
+    WriteFile(m_file, "precious notes");
+    for (const char* arguments : {"register", "unregister", "registry"}) {
+        Outcome run = Run(arguments);
+        EXPECT_EQ(run.status, 1) << arguments;
+        ExpectIn(run.err, "Could not read from the registry [80040150]");
+    }
+    EXPECT_EQ(ReadFile(m_file), "precious notes");
 }
 
 TEST_F(Tool, EveryCommandHasHelp) {
@@ -114,7 +155,7 @@ TEST_F(Tool, EveryCommandHasHelp) {
         EXPECT_EQ(run.out.rfind(std::string("Usage: vantle-assist ") + command, 0), 0u) << run.out;
         EXPECT_EQ(Run(std::string("help ") + command).out, run.out);
     }
-    EXPECT_NE(Run("--help").out.find("signature CLASS METHOD [ARGUMENT]"), std::string::npos);
+    ExpectIn(Run("--help").out, "signature CLASS METHOD [ARGUMENT]");
 }
 
 TEST_F(Tool, ThePromptReadsCommandsFromAPipeAndTextOutputIsForPeople) {
@@ -129,8 +170,8 @@ TEST_F(Tool, ThePromptReadsCommandsFromAPipeAndTextOutputIsForPeople) {
     EXPECT_EQ(failing.status, 2);
     EXPECT_EQ(failing.out, "Util.Format\n");
     Outcome members = Run("members Shop.Order --extended");
-    EXPECT_NE(members.out.find("\nFind()                      class method\n"), std::string::npos) << members.out;
-    EXPECT_NE(members.out.find("\nMargin                      private\n"), std::string::npos) << members.out;
+    ExpectIn(members.out, "\nFind()                      class method\n");
+    ExpectIn(members.out, "\nMargin                      private\n");
     EXPECT_EQ(Run("signature Shop.Order Save 2").out,
               "Save(pName As %Text = \"abc\",ByRef pCount As %Count) As %Result\n"
               "                            ^^^^^^^^^^^^^^^^^^^^^^\n");

@@ -1,10 +1,11 @@
-// What the registry and tool tests share: a temporary folder, environment variables
-// set for the length of a test, files read and written whole, and the registry's
-// values read back by path. References are the runtime's kesto::Ref.
-#ifndef VANTLE_TESTS_REGISTRY_REGISTRYTESTSUPPORT_H_
-#define VANTLE_TESTS_REGISTRY_REGISTRYTESTSUPPORT_H_
+// RegistryTestSupport.h: what the registry and tool tests share: a temporary
+// folder, environment variables set for the length of a test, files read and
+// written whole, and the registry's values read back by path.
+#ifndef VANTLE_TESTING_REGISTRYTESTSUPPORT_H_
+#define VANTLE_TESTING_REGISTRYTESTSUPPORT_H_
 
-#include <cstdlib>
+#include <stdlib.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -19,27 +20,24 @@ namespace registry_test {
 
 using kesto::Ref;
 
-class TempFolder {
-public:
+struct TempFolder {
     TempFolder() {
         std::string pattern = (std::filesystem::temp_directory_path() / "kesto-registry-XXXXXX").string();
-        if (mkdtemp(pattern.data()) != nullptr) m_path = pattern;
+        if (mkdtemp(pattern.data()) != nullptr) path = pattern;
     }
     ~TempFolder() {
         std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
+        std::filesystem::remove_all(path, ignored);
     }
-    const std::filesystem::path& Path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
+    std::string operator/(const std::string& name) const { return (path / name).string(); }
+    std::filesystem::path path;
 };
 
 // Sets (or with nullopt unsets) a variable and restores it afterwards.
 class ScopedEnv {
 public:
     ScopedEnv(const char* name, std::optional<std::string> value) : m_name(name) {
-        if (const char* old = std::getenv(name)) m_old = old;
+        if (const char* old = getenv(name)) m_old = old;
         Set(value);
     }
     ~ScopedEnv() { Set(m_old); }
@@ -65,23 +63,27 @@ inline HRESULT NewRegistry(Ref<COM_IRegistry>& registry) {
     return COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
 }
 
+// A registry object with a chain open at `path` below root 1, or none.
+inline Ref<COM_IRegistry> OpenAt(const std::string& path) {
+    Ref<COM_IRegistry> registry;
+    if (NewRegistry(registry) != S_OK || registry->OpenRoot(1, W(path)) != S_OK) registry.reset();
+    return registry;
+}
+
+inline bool KeyExists(const std::string& path) { return static_cast<bool>(OpenAt(path)); }
+
 // The value `name` of the key at `path` below root 1: its text, an integer as
 // decimal text, or nullopt when the key or the value is missing.
 inline std::optional<std::string> ValueAt(const std::string& path, const std::string& name = "") {
-    Ref<COM_IRegistry> registry;
-    if (NewRegistry(registry) != S_OK || registry->OpenRoot(1, W(path)) != S_OK) return std::nullopt;
+    Ref<COM_IRegistry> registry = OpenAt(path);
     int number = 0;
     kesto::String text;
+    if (!registry) return std::nullopt;
     if (registry->GetIntValue(W(name), &number) == S_OK) return std::to_string(number);
     if (registry->GetStringValue(W(name), text.out()) == S_OK) return Narrow(text);
     return std::nullopt;
 }
 
-inline bool KeyExists(const std::string& path) {
-    Ref<COM_IRegistry> registry;
-    return NewRegistry(registry) == S_OK && registry->OpenRoot(1, W(path)) == S_OK;
-}
-
 }  // namespace registry_test
 
-#endif  // VANTLE_TESTS_REGISTRY_REGISTRYTESTSUPPORT_H_
+#endif  // VANTLE_TESTING_REGISTRYTESTSUPPORT_H_

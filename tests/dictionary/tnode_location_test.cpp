@@ -194,9 +194,12 @@ TEST(LocationColumns, HoldAcrossAWholeDictionaryOnOneLine) {
     auto manager = NewTree();
     ASSERT_EQ(Load(manager.get(), json).status, S_OK);
     for (int c = 0; c < 40; c += 13) {
-        const std::string cls = "One.C" + std::to_string(c);
+        std::string cls = "One.C";  // appended: GCC 12 at -O3 warns falsely about "text" + string
+        cls += std::to_string(c);
         auto node = Node(manager.get(), cls);
-        for (const std::string& name : {cls, "M" + std::to_string(c), std::string("Run")}) {
+        std::string method = "M";
+        method += std::to_string(c);
+        for (const std::string& name : {cls, method, std::string("Run")}) {
             const Place at = Locate(node.get(), name == cls ? "" : "m", name.c_str());
             EXPECT_EQ(at.line, 1u);
             EXPECT_EQ(TextAt(json, 1, at.column - 1, name.size() + 2), "\"" + name + "\"") << name;

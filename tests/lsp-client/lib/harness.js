@@ -298,20 +298,11 @@ class Server extends Child {
 async function withServer(options, body) {
   const { initialize = {}, ready = 'Order', ...serverOptions } = options || {};
   const server = new Server(serverOptions);
-  let failure = null;
-  try {
+  await runThenFinish(server, async () => {
     await server.initialize(initialize);
     if (ready !== null) await server.ready(ready);
     await body(server);
-  } catch (error) {
-    failure = error;
-  }
-  try {
-    await server.finish();
-  } catch (error) {
-    if (!failure) failure = error;
-  }
-  if (failure) throw failure;
+  });
 }
 
 // Frames JSON-RPC messages by hand and reads the server's output byte for byte.
@@ -429,9 +420,14 @@ class RawServer extends Child {
 
 async function withRaw(args, body) {
   const server = new RawServer(args);
+  await runThenFinish(server, () => body(server));
+}
+
+// Runs `work`, then always ends the server; the first failure of the two is thrown.
+async function runThenFinish(server, work) {
   let failure = null;
   try {
-    await body(server);
+    await work();
   } catch (error) {
     failure = error;
   }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the language-server client tests need (tests/lsp-client,
-# tests/lsp-nvim): the Debian packages nodejs, npm and neovim if any is missing,
+# tests/lsp-nvim, tests/lsp-emacs): the Debian packages nodejs, npm, neovim,
+# emacs-nox and elpa-eglot if any is missing,
 # then the client library pinned in tests/lsp-client/package-lock.json, with
 # `npm ci`, when tests/lsp-client/node_modules is missing or older than the lock
 # file. Quick when all is there: it only asks dpkg and compares two times.
@@ -9,7 +10,7 @@ set -euo pipefail
 
 cd "$(dirname "$0")/.."
 
-packages=(nodejs npm neovim)
+packages=(nodejs npm neovim emacs-nox elpa-eglot)
 
 installed() {
   dpkg -s "$1" 2>/dev/null | grep -q '^Status: install ok installed'

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 #include <thread>
 
 #include "transport/Framing.h"
@@ -13,6 +14,15 @@ namespace vantle::lsp {
 namespace {
 
 constexpr std::size_t kMaxQueuedBytes = std::size_t{16} << 20;
+
+// The document a message is about ("" for none).
+std::string DocumentOf(const Message& message) {
+    if (!message.params.is_object()) return {};
+    const auto document = message.params.find("textDocument");
+    if (document == message.params.end() || !document->is_object()) return {};
+    const auto uri = document->find("uri");
+    return uri != document->end() && uri->is_string() ? uri->get<std::string>() : std::string();
+}
 
 }  // namespace
 
@@ -39,11 +49,17 @@ void EventLoop::Push(Event event) {
         changed_.wait(lock, [&] { return stopping_ || queuedBytes_ < kMaxQueuedBytes || queue_.empty(); });
         if (stopping_) return;
         const Message& message = event.message;
-        if (message.kind == Message::Kind::Request) waiting_.insert(IdKey(message.id));
+        if (message.kind == Message::Kind::Request) waiting_.emplace(IdKey(message.id), DocumentOf(message));
         if (message.kind == Message::Kind::Notification && message.method == "$/cancelRequest" &&
             message.params.is_object()) {
             const auto id = message.params.find("id");
-            if (id != message.params.end() && waiting_.count(IdKey(*id)) > 0) cancelled_.insert(IdKey(*id));
+            if (id != message.params.end() && waiting_.count(IdKey(*id)) > 0)
+                refused_.emplace(IdKey(*id), ErrorCode::RequestCancelled);
+        }
+        if (message.kind == Message::Kind::Notification && message.method == "textDocument/didChange") {
+            const std::string document = DocumentOf(message);
+            for (const auto& [id, about] : waiting_)
+                if (!document.empty() && about == document) refused_.emplace(id, ErrorCode::ContentModified);
         }
         queuedBytes_ += event.bytes;
     }
@@ -94,15 +110,18 @@ int EventLoop::Run(Server& server) {
         server.Poll();
         switch (event.kind) {
             case Event::Kind::Message: {
-                bool cancelled = false;
+                std::optional<ErrorCode> refusal;
                 if (event.message.kind == Message::Kind::Request) {
                     std::lock_guard lock(mutex_);
                     const std::string key = IdKey(event.message.id);
                     waiting_.erase(key);
-                    cancelled = cancelled_.erase(key) > 0;
+                    if (const auto found = refused_.find(key); found != refused_.end()) {
+                        refusal = found->second;
+                        refused_.erase(found);
+                    }
                 }
-                if (cancelled)
-                    server.Cancelled(event.message.id);
+                if (refusal)
+                    server.Refused(event.message.id, *refusal);
                 else
                     server.Handle(event.message);
                 break;

@@ -5,7 +5,9 @@
 // (and so the component). The queue holds at most 16 MiB of message bodies (at
 // least one message): when it is full the reader stops reading until it drains. A
 // $/cancelRequest for a request still waiting in the queue makes that request
-// answer -32800 instead of running. Wake() (any thread) makes the loop look at the
+// answer -32800 instead of running, and a textDocument/didChange makes every
+// request about that document still waiting in the queue answer -32801: its
+// positions refer to text that is gone, and the client asks again. Wake() (any thread) makes the loop look at the
 // server again: the dictionary loader calls it when a load finishes.
 #ifndef VANTLE_LSP_SERVER_EVENTLOOP_H_
 #define VANTLE_LSP_SERVER_EVENTLOOP_H_
@@ -13,6 +15,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <map>
 #include <set>
 #include <string>
 
@@ -48,8 +51,8 @@ private:
     std::deque<Event> queue_;
     std::size_t queuedBytes_ = 0;
     bool stopping_ = false;
-    std::set<std::string> waiting_;    // ids of the queued requests
-    std::set<std::string> cancelled_;  // ... of which these were cancelled
+    std::map<std::string, std::string> waiting_;  // ids of the queued requests -> their document
+    std::map<std::string, ErrorCode> refused_;    // ... of which these were cancelled or outdated
 };
 
 }  // namespace vantle::lsp

@@ -52,8 +52,10 @@ void Server::RefuseFrame(const std::string& problem) {
     Send(MakeError(nullptr, ErrorCode::ParseError, problem));
 }
 
-void Server::Cancelled(const json& id) {
-    Send(MakeError(id, ErrorCode::RequestCancelled, "the request was cancelled"));
+void Server::Refused(const json& id, ErrorCode code) {
+    Send(MakeError(id, code,
+                   code == ErrorCode::ContentModified ? "the document changed after the request was made"
+                                                      : "the request was cancelled"));
 }
 
 void Server::EndOfInput() {

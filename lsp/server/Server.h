@@ -50,7 +50,7 @@ public:
 
     void Handle(const Message& message);
     void RefuseFrame(const std::string& problem);  // a frame the transport could not read
-    void Cancelled(const json& id);                // a request cancelled before it ran
+    void Refused(const json& id, ErrorCode code);  // a request cancelled, or outdated, before it ran
     void EndOfInput();
     // Takes a finished background load: swaps the tree in or reports its problems.
     void Poll();

@@ -45,33 +45,46 @@ std::optional<MemberKind> KindFromKey(const json& key) {
     return std::nullopt;
 }
 
-// The items written as JSON text as they come.
+// The items written as JSON text as they come. Each item carries only what differs
+// from the defaults: the edit range goes once into itemDefaults when the client
+// takes it, the text to insert only when it is not the label, and the insert format
+// only for snippets. A list of a thousand members stays small on the wire.
 class Items {
 public:
     bool incomplete = false;
 
-    // Writes an item, open for more fields, unless one of its label and kind is
-    // there already or the list is full; false then.
-    bool Open(std::u16string_view label, CompletionItemKind kind, const Range& range, std::u16string_view newText) {
+    Items(const Range& range, bool rangeAsDefault) : range_(range), rangeAsDefault_(rangeAsDefault) {
+        text_.reserve(32768);
+    }
+
+    // Writes an item, open for more fields, unless the list is full; false then.
+    bool Open(std::u16string_view label, CompletionItemKind kind, std::u16string_view newText) {
         if (count_ >= kMaxItems) {
             incomplete = true;
             return false;
         }
-        std::u16string key(label);
-        key += static_cast<char16_t>(kind);  // a class may share its name with a package
-        if (!seen_.insert(std::move(key)).second) return false;
         text_ += count_++ == 0 ? "{\"label\":" : ",{\"label\":";
         AppendJsonString(text_, label);
         text_ += ",\"kind\":";
         AppendJsonNumber(text_, static_cast<std::size_t>(kind));
-        text_ += ",\"filterText\":";
-        AppendJsonString(text_, label);
-        text_ += ",\"textEdit\":{\"range\":";
-        AppendJsonRange(text_, range);
-        text_ += ",\"newText\":";
-        AppendJsonString(text_, newText);
-        text_ += '}';
+        if (rangeAsDefault_) {
+            if (newText != label) Text("textEditText", newText);
+        } else {
+            text_ += ",\"textEdit\":{\"range\":";
+            AppendJsonRange(text_, range_);
+            text_ += ",\"newText\":";
+            AppendJsonString(text_, newText);
+            text_ += '}';
+        }
         return true;
+    }
+    // As Open, for a name that may come more than once (a class may share its name
+    // with a package, and several packages may offer the same short name).
+    bool OpenOnce(std::u16string_view label, CompletionItemKind kind, std::u16string_view newText) {
+        std::u16string key(label);
+        key += static_cast<char16_t>(kind);
+        if (!seen_.insert(std::move(key)).second) return false;
+        return Open(label, kind, newText);
     }
     // A field of the open item: a string, or JSON text as it is.
     void Text(const char* key, std::u16string_view value) {
@@ -85,8 +98,17 @@ public:
     void Close() { text_ += '}'; }
 
     RawJson Result() const {
-        return {std::string(incomplete ? "{\"isIncomplete\":true,\"items\":[" : "{\"isIncomplete\":false,\"items\":[") +
-                text_ + "]}"};
+        std::string result = incomplete ? "{\"isIncomplete\":true," : "{\"isIncomplete\":false,";
+        if (rangeAsDefault_) {
+            result += "\"itemDefaults\":{\"editRange\":";
+            AppendJsonRange(result, range_);
+            result += "},";
+        }
+        result.reserve(result.size() + text_.size() + 12);
+        result += "\"items\":[";
+        result += text_;
+        result += "]}";
+        return {std::move(result)};
     }
 
 private:
@@ -96,30 +118,36 @@ private:
         text_ += "\":";
     }
 
+    Range range_;
+    bool rangeAsDefault_;
     std::string text_;
     std::size_t count_ = 0;
     std::unordered_set<std::u16string> seen_;
 };
 
+// The component lists each member of a class once, so members need no check for
+// repeats. An item's data is [class, kind]; its label is the member.
 void AddMembers(FeatureContext& context, const std::u16string& className, std::u16string_view prefix,
-                const Range& range, Items& items) {
+                Items& items) {
+    std::string data = "[";
+    AppendJsonString(data, className);
+    data += ",\"";
+    const std::size_t kindAt = data.size();
+    std::u16string sortKey;
     for (const Member& member : context.assistant.Members(className)) {
         if (!StartsWithIgnoringCase(member.name, prefix)) continue;
         const std::u16string& name = member.name;
         const bool method = member.kind == MemberKind::Method || member.kind == MemberKind::ClassMethod;
         const bool snippet = method && context.client.snippets;
-        if (!items.Open(name, ItemKind(member.kind), range, snippet ? SnippetEscape(name) + u"($1)" : name)) continue;
-        items.Text("sortText", (member.isPrivate ? u"1" : u"0") + name);
-        items.Raw("insertTextFormat",
-                  std::to_string(static_cast<int>(snippet ? InsertTextFormat::Snippet : InsertTextFormat::PlainText)));
+        if (!items.Open(name, ItemKind(member.kind), snippet ? SnippetEscape(name) + u"($1)" : name)) continue;
+        sortKey.assign(1, member.isPrivate ? u'1' : u'0');
+        sortKey += name;
+        items.Text("sortText", sortKey);
+        if (snippet) items.Raw("insertTextFormat", "2");
         if (member.isPrivate) items.Raw("labelDetails", "{\"description\":\"private\"}");
-        std::string data = "{\"class\":";
-        AppendJsonString(data, className);
-        data += ",\"member\":";
-        AppendJsonString(data, name);
-        data += ",\"kind\":\"";
+        data.resize(kindAt);
         data += KindKey(member.kind);
-        data += "\"}";
+        data += "\"]";
         items.Raw("data", data);
         items.Close();
     }
@@ -128,13 +156,14 @@ void AddMembers(FeatureContext& context, const std::u16string& className, std::u
 // Classes and packages whose full names start with `package` + `typed`; each offered
 // by its next name part, as `shown` + that part.
 void AddClasses(FeatureContext& context, const std::u16string& package, std::u16string_view typed,
-                const std::u16string& shown, const Range& range, Items& items) {
+                const std::u16string& shown, Items& items) {
     for (const std::u16string& name : context.assistant.ClassList(package + std::u16string(typed))) {
         const std::u16string_view rest = std::u16string_view(name).substr(package.size());
         const std::size_t dot = rest.find(u'.');
         const std::u16string label = shown + std::u16string(rest.substr(0, dot));
-        if (!items.Open(label, dot == std::u16string_view::npos ? CompletionItemKind::Class : CompletionItemKind::Module,
-                        range, label))
+        if (!items.OpenOnce(label,
+                            dot == std::u16string_view::npos ? CompletionItemKind::Class : CompletionItemKind::Module,
+                            label))
             continue;
         if (dot == std::u16string_view::npos) items.Text("detail", name);
         items.Close();
@@ -144,31 +173,35 @@ void AddClasses(FeatureContext& context, const std::u16string& package, std::u16
 }  // namespace
 
 RawJson Completion(FeatureContext& context, const TextDocument& document, Position position) {
-    Items items;
-    items.incomplete = !context.assistant.HasTree();  // ask again once the dictionary is there
+    const bool noTree = !context.assistant.HasTree();  // ask again once the dictionary is there
     const std::u16string& text = document.Text();
     const std::size_t offset = document.OffsetAt(position, context.encoding);
     std::optional<Chain> chain = ChainAt(text, offset);
-    if (!chain) return items.Result();
+    if (!chain) {
+        Items none({}, false);
+        none.incomplete = noTree;
+        return none.Result();
+    }
     const Segment current = chain->segments[chain->current];
     const std::u16string_view prefix = std::u16string_view(text).substr(current.begin, offset - current.begin);
-    const Range range = document.RangeOf(current.begin, offset, context.encoding);
+    Items items(document.RangeOf(current.begin, offset, context.encoding), context.client.editRangeDefault);
+    items.incomplete = noTree;
 
     if (chain->current > 0) {
         const auto split = SplitClass(text, *chain, chain->current, CachingResolver(context.assistant));
         if (split && split->classSegments == chain->current)
-            AddMembers(context, split->className, prefix, range, items);
+            AddMembers(context, split->className, prefix, items);
         if (split) return items.Result();  // a member's members would need its type
         // A package path: what it holds, one name part at a time.
         const std::u16string package(ChainText(text, *chain, chain->current));
-        AddClasses(context, package + u".", prefix, u"", range, items);
+        AddClasses(context, package + u".", prefix, u"", items);
         return items.Result();
     }
     if (prefix.empty()) return items.Result();
-    AddClasses(context, u"", prefix, u"", range, items);
+    AddClasses(context, u"", prefix, u"", items);
     // Short names as the component resolves them: %X in %Library, then the package
     // of the class being edited, then the import list.
-    if (prefix.front() == u'%') AddClasses(context, u"%Library.", prefix.substr(1), u"%", range, items);
+    if (prefix.front() == u'%') AddClasses(context, u"%Library.", prefix.substr(1), u"%", items);
     std::vector<std::u16string> packages;
     const std::u16string& relative = context.assistant.RelativeClass();
     if (const std::size_t dot = relative.rfind(u'.'); dot != std::u16string::npos)
@@ -184,16 +217,17 @@ RawJson Completion(FeatureContext& context, const TextDocument& document, Positi
         start = comma + 1;
     }
     for (const std::u16string& package : packages)
-        if (prefix.front() != u'%') AddClasses(context, package + u".", prefix, u"", range, items);
+        if (prefix.front() != u'%') AddClasses(context, package + u".", prefix, u"", items);
     return items.Result();
 }
 
 json ResolveCompletion(FeatureContext& context, json item) {
     const json& data = Path(item, {"data"});
-    const auto kind = KindFromKey(Path(data, {"kind"}));
-    if (!kind || !Path(data, {"class"}).is_string() || !Path(data, {"member"}).is_string()) return item;
-    const std::u16string className = ToUtf16(data["class"].get<std::string>());
-    const std::u16string member = ToUtf16(data["member"].get<std::string>());
+    if (!data.is_array() || data.size() != 2 || !data[0].is_string() || !Path(item, {"label"}).is_string()) return item;
+    const auto kind = KindFromKey(data[1]);
+    if (!kind) return item;
+    const std::u16string className = ToUtf16(data[0].get<std::string>());
+    const std::u16string member = ToUtf16(item["label"].get<std::string>());
     const auto type = context.assistant.MemberType(className, member);
     const auto origin = context.assistant.Origin(className, member, *kind);
     std::string detail;

@@ -22,6 +22,7 @@ namespace vantle::lsp {
 
 struct ClientSupport {
     bool snippets = false;
+    bool editRangeDefault = false;  // completionList.itemDefaults holds "editRange"
     bool markdown = true;
 };
 

@@ -10,11 +10,17 @@ namespace vantle::lsp {
 void AppendJsonString(std::string& out, std::u16string_view text) {
     static constexpr char kHex[] = "0123456789abcdef";
     out += '"';
+    const auto plain = [](char16_t c) { return c >= 0x20 && c < 0x80 && c != u'"' && c != u'\\'; };
     for (std::size_t at = 0; at < text.size();) {
         const char16_t c = text[at];
-        if (c >= 0x20 && c < 0x80 && c != u'"' && c != u'\\') {
-            out += static_cast<char>(c);
-            ++at;
+        if (plain(c)) {
+            // Names are mostly plain ASCII: copy the whole run at once.
+            std::size_t end = at + 1;
+            while (end < text.size() && plain(text[end])) ++end;
+            const std::size_t size = out.size();
+            out.resize(size + (end - at));
+            for (std::size_t i = at; i < end; ++i) out[size + (i - at)] = static_cast<char>(text[i]);
+            at = end;
             continue;
         }
         if (c < 0x80) {

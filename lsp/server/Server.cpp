@@ -160,6 +160,9 @@ Reply Server::OnInitialize(const json& params) {
     const json& capabilities = Path(params, {"capabilities"});
     encoding_ = NegotiateEncoding(Path(capabilities, {"general", "positionEncodings"}));
     client_.snippets = Path(capabilities, {"textDocument", "completion", "completionItem", "snippetSupport"}) == true;
+    const json& defaults = Path(capabilities, {"textDocument", "completion", "completionList", "itemDefaults"});
+    client_.editRangeDefault =
+        defaults.is_array() && std::find(defaults.begin(), defaults.end(), "editRange") != defaults.end();
     const json& formats = Path(capabilities, {"textDocument", "hover", "contentFormat"});
     client_.markdown = !formats.is_array() || std::find(formats.begin(), formats.end(), "markdown") != formats.end();
     clientConfiguration_ = Path(capabilities, {"workspace", "configuration"}) == true;

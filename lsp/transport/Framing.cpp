@@ -149,8 +149,10 @@ std::optional<FrameEvent> FrameReader::ReadHeader() {
     return Next();
 }
 
+std::string FrameHeader(std::size_t size) { return "Content-Length: " + std::to_string(size) + "\r\n\r\n"; }
+
 std::string EncodeFrame(std::string_view body) {
-    std::string frame = "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n";
+    std::string frame = FrameHeader(body.size());
     frame.append(body);
     return frame;
 }

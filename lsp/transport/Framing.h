@@ -53,6 +53,8 @@ private:
 
 // The frame of one message body.
 std::string EncodeFrame(std::string_view body);
+// The header EncodeFrame puts in front of a body of `size` bytes.
+std::string FrameHeader(std::size_t size);
 
 }  // namespace vantle::lsp
 

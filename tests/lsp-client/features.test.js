@@ -192,12 +192,13 @@ describe('completionItem/resolve', () => {
 });
 
 describe('snippets', () => {
-  const effectiveText = (item) => (item.textEdit ? item.textEdit.newText : item.insertText !== undefined ? item.insertText : item.label);
+  const effectiveText = (item) => (item.textEdit ? item.textEdit.newText : item.textEditText ?? item.insertText ?? item.label);
 
   it('inserts Name($1) for methods when the client supports snippets', async () => {
     const snippets = new Server();
     try {
-      await snippets.initialize({ capabilities: { textDocument: { completion: { completionItem: { snippetSupport: true, labelDetailsSupport: true } } } } });
+      // As a current editor asks: snippets, and the edit range once for the list.
+      await snippets.initialize({ capabilities: { textDocument: { completion: { completionItem: { snippetSupport: true, labelDetailsSupport: true }, completionList: { itemDefaults: ['editRange', 'insertTextFormat', 'data'] } } } } });
       await snippets.ready();
       const uri = docUri();
       await snippets.open(uri, 'Shop.Order.');

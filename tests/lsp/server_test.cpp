@@ -139,11 +139,18 @@ TEST_F(ServerTest, MemberCompletionGivesKindsMarksPrivateAndFiltersByPrefix) {
     EXPECT_EQ(filtered["result"]["items"][0]["textEdit"]["newText"], "Save");  // no snippets offered
 }
 
-TEST_F(ServerTest, MethodsInsertASnippetWhenTheClientTakesThem) {
-    Start({{"textDocument", {{"completion", {{"completionItem", {{"snippetSupport", true}}}}}}}});
+TEST_F(ServerTest, MethodsInsertASnippetWithTheRangeGivenOnceWhenTheClientTakesBoth) {
+    Start({{"textDocument",
+            {{"completion",
+              {{"completionItem", {{"snippetSupport", true}}},
+               {"completionList", {{"itemDefaults", {"editRange", "data"}}}}}}}}});
     Open("Shop.Order.Fi");
-    const json item = At("textDocument/completion", 0, 13)["result"]["items"][0];
-    EXPECT_EQ(item["textEdit"]["newText"], "Find($1)");
+    const json list = At("textDocument/completion", 0, 13)["result"];
+    EXPECT_EQ(list["itemDefaults"]["editRange"],
+              json::parse(R"({"start": {"line": 0, "character": 11}, "end": {"line": 0, "character": 13}})"));
+    const json item = list["items"][0];
+    EXPECT_FALSE(item.contains("textEdit"));
+    EXPECT_EQ(item["textEditText"], "Find($1)");
     EXPECT_EQ(item["insertTextFormat"], 2);
     const json resolved = Request("completionItem/resolve", item)["result"];
     EXPECT_EQ(resolved["detail"], "Find(pId As %Text) As Shop.Order  (from Shop.Order)");

@@ -10,35 +10,7 @@ set -euo pipefail
 
 cd "$(dirname "$0")/.."
 
-packages=(nodejs npm neovim emacs-nox elpa-eglot)
-
-installed() {
-  dpkg -s "$1" 2>/dev/null | grep -q '^Status: install ok installed'
-}
-
-missing=()
-for package in "${packages[@]}"; do
-  if installed "$package"; then
-    continue
-  fi
-  # An installed nodejs that is not Debian's may bring npm itself (and conflict
-  # with Debian's npm); then npm on PATH will do.
-  if [ "$package" = npm ] && installed nodejs && command -v npm >/dev/null 2>&1; then
-    continue
-  fi
-  missing+=("$package")
-done
-
-if [ ${#missing[@]} -ne 0 ]; then
-  echo "setup-clients: installing ${missing[*]}"
-  if [ "$(id -u)" -ne 0 ]; then
-    echo "setup-clients: these packages are missing and installing them needs root: ${missing[*]}" >&2
-    exit 1
-  fi
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update -q
-  apt-get install -y -q --no-install-recommends "${missing[@]}"
-fi
+bash scripts/install-packages.sh nodejs npm neovim emacs-nox elpa-eglot
 
 client=tests/lsp-client
 if [ ! -d "$client/node_modules" ] || [ "$client/package-lock.json" -nt "$client/node_modules" ]; then

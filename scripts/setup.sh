@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the project needs, if any is missing. Quick when all
-# are there: it only asks dpkg. Installing needs root (a fresh Debian 12 machine is
-# set up as root).
+# Installs the Debian packages the project needs, if any is missing (through
+# install-packages.sh), then what the language server's client tests need.
 set -euo pipefail
 
 packages=(
@@ -12,24 +11,8 @@ packages=(
   python3 dpkg-dev file valgrind
 )
 
-missing=()
-for package in "${packages[@]}"; do
-  if ! dpkg -s "$package" 2>/dev/null | grep -q '^Status: install ok installed'; then
-    missing+=("$package")
-  fi
-done
+bash "$(dirname "$0")/install-packages.sh" "${packages[@]}"
 
-if [ ${#missing[@]} -ne 0 ]; then
-  echo "setup: installing ${missing[*]}"
-  if [ "$(id -u)" -ne 0 ]; then
-    echo "setup: these packages are missing and installing them needs root: ${missing[*]}" >&2
-    exit 1
-  fi
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update -q
-  apt-get install -y -q --no-install-recommends "${missing[@]}"
-fi
-
-# The language server's real clients: Node.js with the pinned protocol client, and
-# Neovim.
+# The language server's real clients: Node.js with the pinned protocol client,
+# Neovim and Emacs with eglot.
 bash "$(dirname "$0")/setup-clients.sh"

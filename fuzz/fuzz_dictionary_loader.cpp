@@ -7,7 +7,12 @@
 // with one piece per queried keyword, inherited listings include the own members,
 // every origin names a loaded class, and the own members of all classes add up to
 // the member count. Nodes taken from the earlier tree must go on answering.
+//
+// Every byte counts: a load that succeeds has read the whole buffer, so the same
+// bytes with a '}' after them fail right at that '}'. Every problem names a line
+// of the buffer and stays a line to read, whatever the file holds.
 #include <algorithm>
+#include <string>
 #include <set>
 #include <vector>
 
@@ -146,6 +151,50 @@ void CheckLoadedTree(COM_ITNodeManager* manager) {
     FUZZ_CHECK(ownMembers == memberCount, "own members do not add up to the member count");
 }
 
+// Where the byte after `size` bytes of text stands, as the loader counts: lines end
+// at LF, columns count UTF-16 units, a byte order mark at the start counts none.
+Units PlaceOfEnd(const uint8_t* data, size_t size) {
+    size_t line = 1;
+    size_t units = 0;
+    const size_t start = size >= 3 && data[0] == 0xEF && data[1] == 0xBB && data[2] == 0xBF ? 3 : 0;
+    for (size_t i = start; i < size; ++i) {
+        if (data[i] == '\n') {
+            ++line;
+            units = 0;
+        } else {
+            units += static_cast<size_t>((data[i] & 0xC0) != 0x80) + static_cast<size_t>(data[i] >= 0xF0);
+        }
+    }
+    return W(std::to_string(line) + ":" + std::to_string(units + 1) + ": ").units();
+}
+
+// Each problem listed after a failed load: "fuzz.json:LINE:COLUMN: what", on a line of
+// the buffer, no longer than shortened pieces of the file allow, at most a hundred.
+void CheckProblems(COM_ITNodeManager* manager, const Units& sourceName, const uint8_t* data, size_t size) {
+    // Pieces of the file are cut to 80 characters: a problem's line, with its class
+    // and member, stays well under this many units.
+    constexpr size_t kLongestLine = 3000;
+    kesto::String errors;
+    FUZZ_CHECK(manager->GetLoadErrors(errors.out()) == S_OK, "a failed load lists no problems");
+    const Units text = UnitsOf(errors);
+    const size_t lines = 1 + static_cast<size_t>(std::count(data, data + size, '\n'));
+    size_t count = 0;
+    for (size_t start = 0, end; start < text.size(); start = end + 1) {
+        end = text.find('\n', start);
+        FUZZ_CHECK(end != Units::npos, "the list of problems does not end in a line break");
+        FUZZ_CHECK(end - start <= kLongestLine, "a problem's message grows with the file");
+        ++count;
+        size_t at = start + sourceName.size() + 1;
+        size_t line = 0;
+        for (; at < end && text[at] >= '0' && text[at] <= '9' && line <= lines; ++at)
+            line = line * 10 + (text[at] - '0');
+        FUZZ_CHECK(text.compare(start, sourceName.size() + 1, sourceName + Units(1, ':')) == 0 && line >= 1 &&
+                       line <= lines && at < end && text[at] == ':',
+                   "a problem does not name a line of the buffer");
+    }
+    FUZZ_CHECK(count >= 1 && count <= 100, "not one to a hundred problems");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -174,6 +223,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         size_t lineDigits = 0;
         while (at < text.size() && text[at] >= '0' && text[at] <= '9') ++at, ++lineDigits;
         FUZZ_CHECK(lineDigits > 0 && at < text.size() && text[at] == ':', "a failed load names no line");
+        CheckProblems(manager.get(), sourceName, data, size);
         unsigned int classes = 0;
         manager->GetClassCount(&classes);
         FUZZ_CHECK(classes == baseClasses, "a failed load changed the tree");
@@ -183,6 +233,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     } else {
         FUZZ_CHECK(hr == S_OK && message.get() == nullptr, "a successful load left a message");
         CheckLoadedTree(manager.get());
+
+        std::string more(reinterpret_cast<const char*>(data), size);
+        more += '}';
+        hr = manager->LoadDictionaryBuffer(more.data(), more.size(), sourceName.c_str(), message.out());
+        const Units expected = sourceName + Units(1, ':') + PlaceOfEnd(data, size);
+        FUZZ_CHECK(hr == PARSE_E_SYNTAX && UnitsOf(message).compare(0, expected.size(), expected) == 0,
+                   "a successful load left bytes of the buffer unread");
     }
 
     // A node of the earlier tree still answers from it.

@@ -10,9 +10,12 @@
 
 namespace kesto {
 
-// S_OK with the file's bytes in *text. A file that cannot be opened or read (or is
-// a folder) gives STG_E_FILENOTFOUND, running out of memory E_OUTOFMEMORY, either
-// with *message "PATH: why".
+// S_OK with the file's bytes in *text. A file that cannot be opened or read, or is
+// not a regular file (a directory, a device, a FIFO, a socket), gives
+// STG_E_FILENOTFOUND; one larger than kLargestDictionaryBytes, told by its size
+// before anything is read, or running out of memory gives E_OUTOFMEMORY; either
+// with *message "PATH: why". Never blocks on a FIFO and never holds more than the
+// limit.
 HRESULT ReadDictionaryFile(const std::string& path, std::string* text, std::string* message);
 
 }  // namespace kesto

@@ -37,14 +37,30 @@ std::string_view ValueWords(ValueKind kind) {
     return "a value";
 }
 
+// Whether a byte of UTF-8 starts a character, for cutting text between characters.
+// A run of more continuation bytes than a character holds (broken text) counts as
+// characters too, so that a cut never waits for a lead byte that does not come.
+bool StartsCharacter(unsigned char byte, int& continuations) {
+    if ((byte & 0xC0) != 0x80 || continuations == 3) {
+        continuations = 0;
+        return true;
+    }
+    ++continuations;
+    return false;
+}
+
 }  // namespace
 
-std::string Quote(std::string_view text) {
-    constexpr std::size_t kLongest = 80;
-    std::string out = "\"";
-    for (std::size_t i = 0; i < text.size() && i < kLongest; ++i) {
-        unsigned char c = static_cast<unsigned char>(text[i]);
-        if (c < 0x20 || c == '"' || c == '\\') {
+std::string Shortened(std::string_view text) {
+    std::string out;
+    std::size_t characters = 0;
+    int continuations = 0;
+    std::size_t i = 0;
+    for (; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        // A character is cut off before its first byte, never inside it.
+        if (StartsCharacter(c, continuations) && characters++ == kLongestPiece) break;
+        if (c < 0x20 || c == 0x7F || c == '"' || c == '\\') {
             char escaped[8];
             std::snprintf(escaped, sizeof escaped, "\\u%04X", c);
             out += escaped;
@@ -52,10 +68,11 @@ std::string Quote(std::string_view text) {
             out.push_back(static_cast<char>(c));
         }
     }
-    if (text.size() > kLongest) out += "...";
-    out += "\"";
+    if (i < text.size()) out += "...";
     return out;
 }
+
+std::string Quote(std::string_view text) { return "\"" + Shortened(text) + "\""; }
 
 std::string_view KindWord(MemberKind kind) {
     switch (kind) {
@@ -75,10 +92,10 @@ std::string Position(LineColumn at) {
 
 std::string Context(std::string_view className, MemberKind kind, std::string_view memberName) {
     std::string context;
-    if (!className.empty()) context = "class " + Str(className);
+    if (!className.empty()) context = "class " + Shortened(className);
     if (!memberName.empty()) {
         if (!context.empty()) context += ", ";
-        context += Str(KindWord(kind)) + " " + Str(memberName);
+        context += Str(KindWord(kind)) + " " + Shortened(memberName);
     }
     return context.empty() ? context : " (" + context + ")";
 }
@@ -194,15 +211,54 @@ std::string MemberTwice(MemberKind kind, std::string_view name, LineColumn first
 
 std::string MissingSuper(std::string_view name) { return "super class " + Quote(name) + " does not exist"; }
 
-std::string SuperCycle(std::string_view path) { return "the super classes form a cycle: " + Str(path); }
+std::string SuperCycle(const std::vector<std::string>& first, std::size_t length) {
+    std::string path;
+    for (std::size_t i = 0; i < first.size() && i < length && i < kCycleNamesShown; ++i)
+        path += Shortened(first[i]) + " -> ";
+    if (length > kCycleNamesShown) path += "and " + std::to_string(length - kCycleNamesShown) + " more -> ";
+    if (!first.empty()) path += Shortened(first.front());
+    return "the super classes form a cycle: " + path;
+}
 
-std::string SyntaxError(std::string_view library) {
+std::string SyntaxError(std::string_view library, std::string_view lastToken) {
+    // "[json.exception.parse_error.101] parse error at line L, column C: what"
     const std::size_t column = library.find("column ");
     if (column != library.npos) {
         const std::size_t colon = library.find(": ", column);
         if (colon != library.npos) library.remove_prefix(colon + 2);
     }
-    return Str(library);
+    // "...; last read: 'TOKEN'...": the token may be the rest of the file. The
+    // scanner stopped at its end, where the message points, so its end is kept.
+    constexpr std::string_view kLastRead = "; last read: '";
+    const std::size_t read = library.find(kLastRead);
+    if (read == library.npos || library.compare(read + kLastRead.size(), lastToken.size(), lastToken) != 0)
+        return Str(library);
+    std::size_t start = lastToken.size();
+    int continuations = 0;
+    for (std::size_t characters = 0; start > 0 && characters < kLongestPiece;) {
+        --start;
+        if (StartsCharacter(static_cast<unsigned char>(lastToken[start]), continuations)) ++characters;
+    }
+    const std::size_t tokenAt = read + kLastRead.size();
+    return Str(library.substr(0, tokenAt)) + (start > 0 ? "..." : "") + Str(lastToken.substr(start)) +
+           Str(library.substr(tokenAt + lastToken.size()));
+}
+
+std::string NulCharacter() {
+    return "syntax error - a NUL character (U+0000) is not allowed in a dictionary";
+}
+
+std::string NumberOutOfRange(std::string_view number) {
+    return "number " + Quote(number) + " is out of range";
+}
+
+std::string CollectionWithoutType(std::string_view collection) {
+    return "a property with \"collection\": " + Quote(collection) +
+           " needs a \"type\", the class of its elements";
+}
+
+std::string NotRegularFile(std::string_view path, std::string_view kind) {
+    return Str(path) + ": cannot read the dictionary: it is " + Str(kind);
 }
 
 std::string TooLarge(std::string_view source) { return Str(source) + ": the file is larger than 1 GiB"; }
@@ -218,8 +274,6 @@ std::string Failed(std::string_view source, std::string_view what) { return Str(
 std::string CannotOpen(std::string_view path, int error) {
     return Str(path) + ": cannot open the dictionary: " + std::strerror(error);
 }
-
-std::string IsFolder(std::string_view path) { return Str(path) + ": cannot read the dictionary: it is a directory"; }
 
 std::string OutOfMemoryReading(std::string_view path) {
     return Str(path) + ": out of memory while reading the dictionary";

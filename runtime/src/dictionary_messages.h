@@ -10,6 +10,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "dictionary_model.h"
 #include "dictionary_names.h"
@@ -18,7 +19,16 @@
 
 namespace kesto::messages {
 
-// In double quotes, control characters, '"' and '\' as \uXXXX, cut after 80 bytes.
+// A piece of the file in a message is cut after this many characters, so that a
+// message stays a line to read, whatever the file holds.
+inline constexpr std::size_t kLongestPiece = 80;
+// A cycle of super classes names this many of its classes.
+inline constexpr std::size_t kCycleNamesShown = 4;
+
+// Control characters, '"' and '\' as \uXXXX, cut after kLongestPiece characters
+// (never inside one) and then ended by "...".
+std::string Shortened(std::string_view text);
+// The same in double quotes.
 std::string Quote(std::string_view text);
 
 // "method", "property" or "parameter".
@@ -27,7 +37,8 @@ std::string_view KindWord(MemberKind kind);
 // "line L, column C", for pointing at an earlier place.
 std::string Position(LineColumn at);
 
-// " (class C, property P)", " (class C)", or empty when neither is known.
+// " (class C, property P)", " (class C)", or empty when neither is known; the names
+// Shortened.
 std::string Context(std::string_view className, MemberKind kind, std::string_view memberName);
 
 // The whole message.
@@ -53,12 +64,19 @@ std::string MemberWithoutName(MemberKind kind);
 std::string ClassTwice(std::string_view name, LineColumn first);
 std::string MemberTwice(MemberKind kind, std::string_view name, LineColumn first);
 std::string MissingSuper(std::string_view name);
-// `path` is "A -> B -> A".
-std::string SuperCycle(std::string_view path);
+// "A -> B -> C -> A" for a cycle of `length` classes, `first` its first ones in
+// order (at least kCycleNamesShown of them, or all); a longer one is
+// "A -> B -> C -> D -> and N more -> A".
+std::string SuperCycle(const std::vector<std::string>& first, std::size_t length);
+std::string CollectionWithoutType(std::string_view collection);
 
 // The JSON library's message without its own prefix and position ("[json.exception...]
-// parse error at line L, column C: "): ours counts UTF-16 units, not bytes.
-std::string SyntaxError(std::string_view library);
+// parse error at line L, column C: "): ours counts UTF-16 units, not bytes. The
+// token it quotes, `lastToken`, is cut to its last kLongestPiece characters.
+std::string SyntaxError(std::string_view library, std::string_view lastToken);
+// A NUL byte outside a string, where the JSON library would end the text.
+std::string NulCharacter();
+std::string NumberOutOfRange(std::string_view number);
 
 // Messages naming only the source (the file or buffer).
 std::string TooLarge(std::string_view source);
@@ -66,7 +84,8 @@ std::string OutOfMemoryLoading(std::string_view source);
 std::string NotReadable(std::string_view source);
 std::string Failed(std::string_view source, std::string_view what);
 std::string CannotOpen(std::string_view path, int error);
-std::string IsFolder(std::string_view path);
+// `kind` is what the file is instead: "a directory", "a device", ...
+std::string NotRegularFile(std::string_view path, std::string_view kind);
 std::string OutOfMemoryReading(std::string_view path);
 std::string CannotRead(std::string_view path, int error);
 

@@ -1,7 +1,10 @@
 // Class and member name rules.
 #include "dictionary_names.h"
 
+#include <algorithm>
+#include <iterator>
 #include <type_traits>
+#include <utility>
 
 namespace kesto {
 namespace {
@@ -18,6 +21,43 @@ template <typename Char>
 bool HasBlankOrControl(std::basic_string_view<Char> name) {
     for (Char c : name) {
         if (IsBlankOrControl(c)) return true;
+    }
+    return false;
+}
+
+// Characters beyond ASCII that a name may not hold, as inclusive ranges in order:
+// white space, controls, format characters (Cf) and the line and paragraph
+// separators. Each is invisible or breaks a line in an editor, so a name holding
+// one cannot be typed or read back as written.
+constexpr std::pair<char32_t, char32_t> kInvisibleRanges[] = {
+    {0x0080, 0x00A0}, {0x00AD, 0x00AD}, {0x0600, 0x0605}, {0x061C, 0x061C}, {0x06DD, 0x06DD},
+    {0x070F, 0x070F}, {0x0890, 0x0891}, {0x08E2, 0x08E2}, {0x1680, 0x1680}, {0x180E, 0x180E},
+    {0x2000, 0x200F}, {0x2028, 0x202F}, {0x205F, 0x2064}, {0x2066, 0x206F}, {0x3000, 0x3000},
+    {0xFEFF, 0xFEFF}, {0xFFF9, 0xFFFB}, {0x110BD, 0x110BD}, {0x110CD, 0x110CD}, {0x13430, 0x1343F},
+    {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0001, 0xE0001}, {0xE0020, 0xE007F},
+};
+
+bool IsInvisible(char32_t c) {
+    const auto* range = std::upper_bound(std::begin(kInvisibleRanges), std::end(kInvisibleRanges), c,
+                                         [](char32_t value, const auto& r) { return value < r.first; });
+    return range != std::begin(kInvisibleRanges) && c <= (range - 1)->second;
+}
+
+// Any character of kInvisibleRanges in well-formed UTF-8 (the JSON reader lets no
+// other through); ASCII is left to HasBlankOrControl.
+bool HasInvisibleCharacter(std::string_view utf8) {
+    for (std::size_t i = 0; i < utf8.size();) {
+        const auto lead = static_cast<unsigned char>(utf8[i]);
+        if (lead < 0x80) {
+            ++i;
+            continue;
+        }
+        const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+        char32_t c = lead & (0x7F >> length);
+        for (std::size_t k = 1; k < length && i + k < utf8.size(); ++k)
+            c = (c << 6) | (static_cast<unsigned char>(utf8[i + k]) & 0x3F);
+        if (IsInvisible(c)) return true;
+        i += length;
     }
     return false;
 }
@@ -42,7 +82,11 @@ ClassNameFault CheckClassNameOf(std::basic_string_view<Char> name, ClassNameForm
 
 }  // namespace
 
-ClassNameFault CheckClassName(std::string_view name, ClassNameForm form) { return CheckClassNameOf(name, form); }
+ClassNameFault CheckClassName(std::string_view name, ClassNameForm form) {
+    // Before the other faults, in the place of the blanks and controls of ASCII.
+    if (!name.empty() && HasInvisibleCharacter(name)) return ClassNameFault::kBlankOrControl;
+    return CheckClassNameOf(name, form);
+}
 
 ClassNameFault CheckClassName(std::u16string_view name, ClassNameForm form) { return CheckClassNameOf(name, form); }
 

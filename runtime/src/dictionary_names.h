@@ -11,7 +11,11 @@
 // "%Text" is fine (it stands for "%Library.Text") and only a bare "%" is refused.
 //
 // The checks take UTF-8 bytes or 16-bit units alike: every character they look at
-// is ASCII. Nothing here keeps state; any thread may call it.
+// is ASCII, with one exception. A dictionary's class name (UTF-8) may not hold
+// white space, controls, format characters or line and paragraph separators
+// beyond ASCII either (U+00A0, U+0085, U+200B, U+2028, ...); the manager keeps
+// its answers to names it is handed as they were. Nothing here keeps state; any
+// thread may call it.
 #ifndef KESTO_RUNTIME_DICTIONARY_NAMES_H_
 #define KESTO_RUNTIME_DICTIONARY_NAMES_H_
 
@@ -35,6 +39,8 @@ enum class ClassNameFault : std::uint8_t {
     kPercentAlone,        // kWritten: "%" on its own
 };
 
+// UTF-8, as the dictionary holds it: kBlankOrControl also for the characters
+// beyond ASCII above.
 ClassNameFault CheckClassName(std::string_view name, ClassNameForm form);
 ClassNameFault CheckClassName(std::u16string_view name, ClassNameForm form);
 

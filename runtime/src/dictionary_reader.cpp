@@ -2,6 +2,7 @@
 #include "dictionary_reader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -59,6 +60,8 @@ public:
     bool end_array();
     bool parse_error(std::size_t position, const std::string& lastToken, const nlohmann::detail::exception& error);
 
+    // After the value is read: false when bytes the library passed over remain.
+    bool CheckEnd();
     // After the whole text is read: classes defined twice, super classes and cycles.
     void Finish();
 
@@ -120,6 +123,7 @@ private:
     std::string memberName_;
     std::size_t classStart_ = 0;
     std::size_t memberStart_ = 0;
+    std::size_t collectionAt_ = 0;  // of the member's "collection" value
     // A class or member whose name is wrong is read for its other problems, then
     // left out: it would only breed more (a nameless class "defined twice").
     bool classUnnamed_ = false;
@@ -127,6 +131,9 @@ private:
 
     std::vector<SuperReference> supers_;
 };
+
+// The JSON library's error number for a number too large for a double.
+constexpr int kNumberOutOfRange = 406;
 
 // More than this many problems are not worth reading on for: the text is likely
 // not a dictionary at all, and the list would only grow.
@@ -406,6 +413,7 @@ bool Reader::AssignString(const Field& field, const std::string& value) {
                 std::find(field.allowed.begin(), field.allowed.end(), value) == field.allowed.end())
                 return Report(TNODE_E_KEYWORD, at, messages::NotAllowed(field, value));
             Member().*(field.memberText) = dict_->AddUtf8(value);
+            if (field.memberText == &MemberRecord::collection) collectionAt_ = at;
             return true;
         default:
             return WrongScalar("a string");
@@ -418,6 +426,12 @@ bool Reader::EndMember() {
         memberUnnamed_ = true;
         readOn = Report(TNODE_E_INVALIDNAME, memberStart_, messages::MemberWithoutName(listKind_));
     }
+    // A list or array without the class of its elements would answer every query
+    // about its type with an invalid class name.
+    const MemberRecord& member = Member();
+    if (readOn && member.collection.length > 0 && member.type.length == 0)
+        readOn = Report(TNODE_E_KEYWORD, collectionAt_,
+                        messages::CollectionWithoutType(Utf16ToUtf8(dict_->Text(member.collection))));
     if (!memberUnnamed_) Class().own[static_cast<int>(listKind_)].push_back(member_);
     memberName_.clear();
     level_ = Level::kMemberList;
@@ -449,17 +463,40 @@ bool Reader::EndClass() {
     return readOn;
 }
 
-bool Reader::parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) {
-    const std::string what = messages::SyntaxError(error.what());
+bool Reader::parse_error(std::size_t position, const std::string& lastToken,
+                         const nlohmann::detail::exception& error) {
+    // `position` counts the bytes the scanner took, the one it stopped at included
+    // (a byte past the text at its end).
+    const std::size_t stop = std::min(position > 0 ? position - 1 : 0, text_.size());
+    if (error.id == kNumberOutOfRange) {
+        // The scanner has given back the byte after the number: `position` is its end.
+        const std::size_t end = std::min(position, text_.size());
+        return Stop(PARSE_E_SYNTAX, end - std::min(lastToken.size(), end), messages::NumberOutOfRange(lastToken));
+    }
+    const std::string what = messages::SyntaxError(error.what(), lastToken);
+    // The library's own words tell the three cases apart; the token it read, which
+    // may hold any of them, stands after "last read: " and is never searched.
+    const std::string_view words = std::string_view(what).substr(0, what.find("; last read: "));
     std::size_t at;
-    if (what.find("unexpected end of input") != std::string::npos) {
+    if (words.find("unexpected end of input") != std::string_view::npos) {
+        // The library ends the text at a NUL, as it would at the end of a C string.
+        if (stop < text_.size() && text_[stop] == '\0') return Stop(PARSE_E_SYNTAX, stop, messages::NulCharacter());
         at = text_.size();
-    } else if (what.find("unexpected ") != std::string::npos) {
+    } else if (words.find("unexpected ") != std::string_view::npos) {
         at = tracker_->TokenStart();  // a whole token that does not belong here
     } else {
-        at = position > 0 ? position - 1 : 0;  // the character the scanner stopped at
+        at = stop;  // the character the scanner stopped at
     }
     return Stop(PARSE_E_SYNTAX, at, what);
+}
+
+bool Reader::CheckEnd() {
+    // The library ends the text at a NUL after the value; a NUL before its end was a
+    // syntax error already, so the first one is where reading stopped.
+    const void* nul = std::memchr(text_.data(), 0, text_.size());
+    if (nul == nullptr) return true;
+    return Stop(PARSE_E_SYNTAX, static_cast<std::size_t>(static_cast<const char*>(nul) - text_.data()),
+                messages::NulCharacter());
 }
 
 void Reader::Finish() {
@@ -487,7 +524,8 @@ DictionaryLoadResult ReadDictionaryText(std::string_view json, std::string_view 
     TrackingIterator last(json.data() + json.size(), &tracker);
     // Checks that need every class wait for the end of the text; when reading
     // stopped early, what they would find is noise.
-    const bool readAll = Json::sax_parse(first, last, &reader, Json::input_format_t::json, true, false);
+    const bool readAll =
+        Json::sax_parse(first, last, &reader, Json::input_format_t::json, true, false) && reader.CheckEnd();
     if (readAll) reader.Finish();
     if (!readAll || reader.failed()) {
         result.problems = reader.TakeMessages(&result.status);

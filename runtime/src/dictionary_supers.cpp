@@ -46,14 +46,14 @@ void FindCycles(const Dictionary& dictionary, const std::vector<SuperReference>&
                 continue;
             }
             if (color[super] != kGray) continue;
-            // The classes on the stack from `super` up to the top form the cycle.
-            std::string path;
-            bool inCycle = false;
-            for (const Frame& frame : stack) {
-                inCycle = inCycle || frame.cls == super;
-                if (inCycle) path += Utf16ToUtf8(dictionary.ClassName(frame.cls)) + " -> ";
-            }
-            path += Utf16ToUtf8(dictionary.ClassName(super));
+            // The classes on the stack from `super` up to the top form the cycle;
+            // a message names its first few.
+            std::size_t from = stack.size();
+            while (stack[from - 1].cls != super) --from;
+            std::vector<std::string> first;
+            for (std::size_t i = from - 1; i < stack.size() && first.size() < messages::kCycleNamesShown; ++i)
+                first.push_back(Utf16ToUtf8(dictionary.ClassName(stack[i].cls)));
+            const std::size_t length = stack.size() - (from - 1);
             SuperProblem problem;
             problem.status = PARSE_E_COMPILE;
             problem.owner = top.cls;
@@ -66,7 +66,7 @@ void FindCycles(const Dictionary& dictionary, const std::vector<SuperReference>&
                     break;
                 }
             }
-            problem.what = messages::SuperCycle(path);
+            problem.what = messages::SuperCycle(first, length);
             problems.push_back(std::move(problem));
             if (problems.size() >= most) return;
         }

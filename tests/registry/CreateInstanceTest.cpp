@@ -88,7 +88,8 @@ std::string LoadedFrom(COM_IUnknown* object) {
 
 TEST_F(CreateInstanceTest, TheRegisteredCopyIsLoadedWhileItIsThereAndTheNameIsSearchedOtherwise) {
     // Two copies: the one registered, and one the search path would find first.
-    const std::filesystem::path registered = m_folder.path / "registered", searched = m_folder.path / "searched";
+    // The registered copy's folder is not UTF-8: its bytes must survive the record.
+    const std::filesystem::path registered = m_folder.path / "regist\xFF" "ered", searched = m_folder.path / "searched";
     std::filesystem::create_directories(registered);
     std::filesystem::create_directories(searched);
     // A name of its own: modules stay loaded by name, and the other tests load theirs.

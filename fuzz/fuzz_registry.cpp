@@ -18,6 +18,7 @@
 //     released before Close leaves the file as the last commit left it;
 //   - a file that is not a registry is refused and never written to.
 // Enumerators count what they deliver, in sorted order, ending with S_FALSE/NULL.
+#include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>

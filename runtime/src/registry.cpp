@@ -219,7 +219,12 @@ private:
         if (FAILED(hr)) return hr;
         hr = m_store->GetValue(m_current, StoredTextFromUnits(valueName), stored);
         if (hr != S_OK) return hr;
-        if (wanted != KESTO_REGISTRY_NONE && stored->kind != wanted) return REGDB_E_INVALIDVALUE;
+        if (wanted != KESTO_REGISTRY_NONE && stored->kind != wanted) {
+            SetRegistryError(REGDB_E_INVALIDVALUE, m_store->Path() + ": the value \"" + StoredTextFromUnits(valueName) +
+                                                       (stored->kind == KESTO_REGISTRY_STRING ? "\" is a string"
+                                                                                              : "\" is an integer"));
+            return REGDB_E_INVALIDVALUE;
+        }
         return S_OK;
     }
 

@@ -176,7 +176,8 @@ HRESULT DumpValues(COM_IRegistry* registry, const std::string& indent, std::ostr
             read = registry->GetStringValue(kesto::wide(valueName), text.out());
             if (read == S_OK) out << Quoted(Utf8(text)) << "\n";
         }
-        if (read != S_OK) out << "(unreadable: " << LastRegistryFailure(FAILED(read) ? read : REGDB_E_INVALIDVALUE) << ")\n";
+        if (read != S_OK)
+            out << "(unreadable: " << LastRegistryFailure(FAILED(read) ? read : REGDB_E_INVALIDVALUE) << ")\n";
     }
     return FAILED(hr) ? hr : S_OK;
 }

@@ -117,8 +117,9 @@ public:
         if (hr != S_OK) return hr;
         // A number written by hand may not fit.
         if (stored.number < -2147483648LL || stored.number > 2147483647LL) {
-            SetRegistryError(REGDB_E_INVALIDVALUE, m_store->Path() + ": the value \"" + StoredTextFromUnits(valueName) + "\" holds " +
-                             std::to_string(stored.number) + ", which is outside the 32-bit range");
+            SetRegistryError(REGDB_E_INVALIDVALUE, m_store->Path() + ": the value \"" + StoredTextFromUnits(valueName) +
+                                                       "\" holds " + std::to_string(stored.number) +
+                                                       ", which is outside the 32-bit range");
             return REGDB_E_INVALIDVALUE;
         }
         *value = static_cast<int>(stored.number);

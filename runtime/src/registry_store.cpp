@@ -148,7 +148,8 @@ bool IsEmptyOrDatabase(const std::string& path) {
 HRESULT RegistryStore::Open(const std::string& path, OpenMode mode, std::unique_ptr<RegistryStore>* out) {
     out->reset();
     if (path.empty()) {
-        SetRegistryError(REGDB_E_READREGDB, "no place for the registry file: set KESTO_REGISTRY, XDG_DATA_HOME or HOME");
+        SetRegistryError(REGDB_E_READREGDB,
+                         "no place for the registry file: set KESTO_REGISTRY, XDG_DATA_HOME or HOME");
         return REGDB_E_READREGDB;
     }
     int flags = SQLITE_OPEN_READWRITE;
@@ -266,7 +267,8 @@ HRESULT RegistryStore::PrepareSchema(OpenMode mode) {
     if (FAILED(hr)) return hr;
     if (applicationId == kApplicationId) {
         if (version <= kSchemaVersion) return CheckIntegrity();
-        SetRegistryError(REGDB_E_READREGDB, m_path + ": a registry of a newer version (" + std::to_string(version) + ")");
+        SetRegistryError(REGDB_E_READREGDB,
+                         m_path + ": a registry of a newer version (" + std::to_string(version) + ")");
         return REGDB_E_READREGDB;
     }
     if (applicationId != 0 || objects != 0) {
@@ -324,7 +326,8 @@ bool RegistryStore::IsReadOnly() const { return sqlite3_db_readonly(m_db, "main"
 HRESULT RegistryStore::Begin() {
     if (m_outer) {
         if (!InTransaction()) {
-            SetRegistryError(REGDB_E_WRITEREGDB, m_path + ": the registration's transaction was lost after an earlier failure");
+            SetRegistryError(REGDB_E_WRITEREGDB,
+                             m_path + ": the registration's transaction was lost after an earlier failure");
             return REGDB_E_WRITEREGDB;
         }
         HRESULT hr = Execute("SAVEPOINT registry_chain", REGDB_E_WRITEREGDB);
@@ -525,7 +528,8 @@ HRESULT RegistryStore::GetValue(KeyId key, const std::string& name, Value* value
         value->kind = KESTO_REGISTRY_INTEGER;
         value->number = query.Integer(1);
     } else {
-        SetRegistryError(REGDB_E_INVALIDVALUE, m_path + ": the value \"" + name + "\" holds data of another kind than it is marked with");
+        SetRegistryError(REGDB_E_INVALIDVALUE,
+                         m_path + ": the value \"" + name + "\" holds data of another kind than it is marked with");
         return REGDB_E_INVALIDVALUE;
     }
     return S_OK;

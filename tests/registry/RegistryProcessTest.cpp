@@ -112,8 +112,9 @@ std::string Content(const std::string& file) {
             "SELECT 'key', id, parent, name FROM registry_keys WHERE id > 2"
             " UNION ALL SELECT 'value', key, name, data FROM registry_values ORDER BY 1, 2, 3",
             [](void* out, int columns, char** texts, char**) {
-                for (int i = 0; i < columns; ++i) *static_cast<std::string*>(out) += std::string(texts[i] ? texts[i] : "") + "|";
-                *static_cast<std::string*>(out) += "\n";
+                std::string& rows = *static_cast<std::string*>(out);
+                for (int i = 0; i < columns; ++i) rows += std::string(texts[i] ? texts[i] : "") + "|";
+                rows += "\n";
                 return 0;
             },
             &rows, nullptr);

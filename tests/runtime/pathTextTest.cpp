@@ -50,8 +50,9 @@ TEST(PathText, EveryShortByteStringComesBackUnchanged) {
         for (unsigned char b : edges)
             for (unsigned char c : edges)
                 for (unsigned char d : edges)
-                    if (!check({static_cast<char>(a), static_cast<char>(b), static_cast<char>(c)}) ||
-                        !check({static_cast<char>(a), static_cast<char>(b), static_cast<char>(c), static_cast<char>(d)}))
+                    if (!check(std::string{static_cast<char>(a), static_cast<char>(b), static_cast<char>(c)}) ||
+                        !check(std::string{static_cast<char>(a), static_cast<char>(b), static_cast<char>(c),
+                                           static_cast<char>(d)}))
                         return;
 }
 

@@ -33,7 +33,7 @@
 // and its reason, in the database's or the system's words, for
 // KESTO_RegistryLastError.
 //
-// A damaged file (pages that fail SQLite's quick check, or a damaged page met
+// A damaged file (one that fails SQLite's integrity check, or a damaged page met
 // later) is REGDB_E_READREGDB with "damaged" in the reason, never an empty
 // registry. Content the runtime never writes but a file edited by hand may hold
 // is answered safely: keys are always a tree below the roots (a root is never

@@ -17,8 +17,8 @@
 // SQLite dropped after an I/O error makes every later Begin fail rather than go
 // on in autocommit mode.
 //
-// Damage is reported, never read as an empty registry: a file whose pages fail
-// SQLite's quick check is refused when opened (once per version of the file in a
+// Damage is reported, never read as an empty registry: a file that fails
+// SQLite's integrity check is refused when opened (once per version of the file in a
 // process), and a damaged page met later fails the call. Every failure leaves its
 // reason, in SQLite's or the system's own words, in the thread's last registry
 // error (registry_error.h).
@@ -114,7 +114,7 @@ private:
 
     RegistryStore(sqlite3* db, std::string path) : m_db(db), m_path(std::move(path)) {}
     HRESULT PrepareSchema(OpenMode mode);
-    // S_OK when SQLite's quick check finds the file sound.
+    // S_OK when SQLite's integrity check finds the file sound.
     HRESULT CheckIntegrity();
     // The status for SQLite's result `rc`, with the reason recorded.
     HRESULT ReadFailure(int rc);

@@ -172,6 +172,17 @@ TEST_F(RegistryDamageTest, ADamagedPageIsReportedAsDamageNeverAsAnEmptyRegistry)
         EXPECT_EQ(COM_CreateInstance(someClass, nullptr, COM_IID_IUnknown, object.out_void()), REGDB_E_READREGDB);
         EXPECT_EQ(ReadFile(m_file), damaged) << "a damaged file is left for repair, not written";
     }
+    // A name changed in the keys' index only: every page is sound, but a lookup
+    // through the index would no longer find CLSID.
+    const std::size_t inIndex = pristine.find("CLSID", 2 * 4096);
+    ASSERT_LT(inIndex, 3u * 4096) << "the index is the third page";
+    std::string outOfStep = pristine;
+    outOfStep[inIndex + 4] = 'E';
+    WriteFile(m_file, outOfStep);
+    Ref<COM_IRegistry> registry;
+    EXPECT_EQ(NewRegistry(registry), REGDB_E_READREGDB);
+    EXPECT_NE(LastError().find("damaged"), std::string::npos) << LastError();
+
     WriteFile(m_file, pristine);
     EXPECT_EQ(ValueAt("CLSID\\{A}\\InprocServer32"), "liba.so");
 }

@@ -1,6 +1,15 @@
-// Sequences of registry and category operations on a scratch database.
+// Sequences of registry and category operations on a scratch database, and
+// registries edited by hand or damaged.
 //
-// Each input starts from a fresh file (KESTO_REGISTRY points into a private
+// An input that starts with kEditedMarker is a list of edits made behind the
+// runtime's back to a small registry (names it never makes, keys moved into
+// cycles or under a root's descendant, numbers beyond 32 bits, values of the wrong
+// kind, a changed header, bytes overwritten anywhere); then the registry is
+// opened, walked whole with OpenKey/OpenParent, read and changed. Whatever the
+// file holds: nothing crashes or loops, every failure is a registry status with
+// a reason, enumerations deliver what they count, and a refused file is not written.
+//
+// Any other input starts from a fresh file (KESTO_REGISTRY points into a private
 // folder). Besides surviving any sequence, the registry keeps three promises that
 // are checked here against a snapshot of the whole tree read back through the
 // enumerators:
@@ -9,6 +18,9 @@
 //     released before Close leaves the file as the last commit left it;
 //   - a file that is not a registry is refused and never written to.
 // Enumerators count what they deliver, in sorted order, ending with S_FALSE/NULL.
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -27,6 +39,8 @@ namespace {
 
 std::string g_folder;
 std::string g_file;
+std::string g_pristine;  // the small registry that edited inputs start from
+constexpr uint8_t kEditedMarker = 0xD7;
 
 struct Value {
     int kind = 0;
@@ -181,6 +195,199 @@ std::string ReadFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+
+// --- Registries edited by hand or damaged.
+
+// Keys 1..8 of the pristine registry: the roots, CLSID, {A}, InprocServer32,
+// InstallCount, S, S\T.
+void MakePristine() {
+    RemoveScratchFiles();
+    kesto::Ref<COM_IRegistry> registry = CreateRegistry();
+    FUZZ_CHECK(registry->OpenRoot(1, W(u"")) == S_OK, "the pristine registry");
+    registry->CreateKey(W(u"CLSID\\{A}\\InprocServer32"), 1);
+    registry->SetStringValue(W(u""), W(u"liba.so"));
+    registry->OpenRoot(1, W(u"CLSID\\{A}"));
+    registry->CreateKey(W(u"InstallCount"), 1);
+    registry->SetIntValue(W(u""), 1);
+    registry->OpenRoot(2, W(u""));
+    registry->CreateKey(W(u"S\\T"), 1);
+    registry->SetStringValue(W(u"v"), W(u"text"));
+    FUZZ_CHECK(registry->Close() == S_OK, "the pristine registry cannot be committed");
+    g_pristine = ReadFile(g_file);
+}
+
+// Applies one edit (op, a, b) to the open database.
+void Edit(sqlite3* db, uint8_t op, uint8_t a, uint8_t b) {
+    static const long long kNumbers[] = {2147483647LL, -2147483647LL - 1, 2147483648LL, -2147483649LL,
+                                         9223372036854775807LL, -9223372036854775807LL - 1, -1, 0};
+    static const char* const kNames[] = {"", "\\", "a\\b", "\\a", "a\\", "CLSID", "Classes", "InprocServer32"};
+    static const char* const kEdits[] = {
+        "INSERT OR IGNORE INTO registry_keys(parent, name) VALUES (?1, ?3)",
+        "UPDATE OR IGNORE registry_keys SET parent = ?2 WHERE id = ?1",
+        "UPDATE OR IGNORE registry_keys SET name = ?3 WHERE id = ?1",
+        "INSERT OR REPLACE INTO registry_values VALUES (?1, '', 2, ?4)",
+        "INSERT OR REPLACE INTO registry_values VALUES (?1, ?3, 1, ?4)",  // a string value holding a number
+        "INSERT OR IGNORE INTO registry_keys(id, parent, name) VALUES (?4, ?1, 'odd')",
+        "INSERT OR IGNORE INTO registry_keys(parent, name) VALUES (?1, CAST(x'C0AFFF41' AS TEXT))",
+        "INSERT OR IGNORE INTO registry_keys(parent, name) VALUES (?1, x'41')",
+        "DELETE FROM registry_keys WHERE id = ?1",
+        "UPDATE registry_keys SET parent = NULL WHERE id = ?1",
+        "PRAGMA user_version = 2",
+        "DELETE FROM registry_values WHERE key = ?1",
+    };
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(db, kEdits[op % (sizeof kEdits / sizeof kEdits[0])], -1, &statement, nullptr) != SQLITE_OK)
+        return;
+    for (int i = 1; i <= sqlite3_bind_parameter_count(statement); ++i) {
+        if (i == 1) sqlite3_bind_int64(statement, i, a % 10);
+        if (i == 2) sqlite3_bind_int64(statement, i, b % 10);
+        if (i == 3) sqlite3_bind_text(statement, i, kNames[b % 8], -1, SQLITE_STATIC);
+        if (i == 4) sqlite3_bind_int64(statement, i, kNumbers[b % 8]);
+    }
+    sqlite3_step(statement);
+    sqlite3_finalize(statement);
+}
+
+// A failure must be one of the registry's own, with its reason told.
+void CheckFailure(HRESULT hr, const char* what) {
+    if (SUCCEEDED(hr) || hr == REGDB_E_KEYMISSING || hr == E_INVALIDARG) return;
+    if (hr != REGDB_E_READREGDB && hr != REGDB_E_WRITEREGDB && hr != REGDB_E_INVALIDVALUE && hr != E_OUTOFMEMORY) {
+        std::fprintf(stderr, "%s: 0x%08X\n", what, static_cast<unsigned>(hr));
+        FUZZ_CHECK(false, "a failure that is not the registry's");
+    }
+    HRESULT status = S_OK;
+    FUZZ_CHECK(KESTO_RegistryLastError(&status, nullptr, 0) > 0 && status == hr, "a failure without its reason");
+}
+
+// Delivered names, as many as counted; sorted and unique only as stored text, so
+// not checked here.
+std::vector<Units> Names(COM_IRegistryEnum* names) {
+    unsigned int count = 0;
+    FUZZ_CHECK(names->GetCount(&count) == S_OK, "GetCount failed");
+    std::vector<Units> delivered;
+    kesto::String name;
+    HRESULT hr;
+    while ((hr = names->Next(name.out())) == S_OK) delivered.push_back(UnitsOf(name));
+    FUZZ_CHECK(hr == S_FALSE && name.get() == nullptr && delivered.size() == count,
+               "an enumeration delivered other than it counted");
+    return delivered;
+}
+
+// Walks root `root` whole; returns the number of keys, or -1 after a failure.
+long WalkEdited(COM_IRegistry* registry, int root) {
+    HRESULT hr = registry->OpenRoot(root, W(u""));
+    CheckFailure(hr, "OpenRoot");
+    if (FAILED(hr)) return -1;
+    std::vector<std::pair<std::vector<Units>, size_t>> levels;
+    long keys = 0;
+    for (bool enter = true;;) {
+        if (enter) {
+            kesto::Ref<COM_IRegistryEnum> values, subkeys;
+            hr = registry->EnumValues(values.out());
+            CheckFailure(hr, "EnumValues");
+            if (FAILED(hr)) return -1;
+            for (const Units& name : Names(values.get())) {
+                int kind = 0, number = 0;
+                kesto::String text;
+                CheckFailure(registry->GetValueKind(name.c_str(), &kind), "GetValueKind");
+                CheckFailure(registry->GetIntValue(name.c_str(), &number), "GetIntValue");
+                CheckFailure(registry->GetStringValue(name.c_str(), text.out()), "GetStringValue");
+            }
+            hr = registry->EnumSubkeys(subkeys.out());
+            CheckFailure(hr, "EnumSubkeys");
+            if (FAILED(hr)) return -1;
+            levels.emplace_back(Names(subkeys.get()), 0);
+            FUZZ_CHECK(++keys < 100000, "the walk does not end");
+        }
+        auto& [children, next] = levels.back();
+        if (next == children.size()) {
+            levels.pop_back();
+            if (levels.empty()) break;
+            FUZZ_CHECK(registry->OpenParent() == S_OK, "a key entered has no parent");
+            enter = false;
+            continue;
+        }
+        const Units child = children[next++];
+        enter = false;
+        if (child.empty()) {
+            FUZZ_CHECK(registry->OpenKey(child.c_str()) == E_INVALIDARG, "an empty name was followed");
+            continue;
+        }
+        if (child.find(u'\\') != Units::npos) continue;  // OpenKey would take it for a path
+        hr = registry->OpenKey(child.c_str());
+        CheckFailure(hr, "OpenKey");
+        enter = hr == S_OK;
+    }
+    FUZZ_CHECK(registry->OpenParent() == S_FALSE, "a root has a parent");
+    return keys;
+}
+
+// The category manager on a registry that may be damaged: it works or fails with a reason.
+void RunCategoryOperationOn(const COM_GUID& clsid) {
+    kesto::Ref<COM_ICatRegister> categories;
+    HRESULT hr = COM_CreateInstance(COM_CLSID_CategoryManager, nullptr, COM_IID_ICatRegister, categories.out_void());
+    CheckFailure(hr, "creating the category manager");
+    if (FAILED(hr)) return;
+    const COM_GUID category = {0xC, 0, 0, {}};
+    CheckFailure(categories->RegisterClassInCategory(&category, clsid), "RegisterClassInCategory");
+    CheckFailure(categories->UnregisterClassFromCategory(&category, clsid), "UnregisterClassFromCategory");
+}
+
+void RunEdited(const uint8_t* data, size_t size) {
+    RemoveScratchFiles();
+    std::ofstream(g_file, std::ios::binary) << g_pristine;
+    sqlite3* db = nullptr;
+    if (sqlite3_open_v2(g_file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK) {
+        sqlite3_exec(db, "PRAGMA ignore_check_constraints = 1", nullptr, nullptr, nullptr);
+        for (size_t i = 0; i + 3 <= size; i += 3) {
+            if (data[i] == 0xFF) continue;  // an overwritten byte, below
+            Edit(db, data[i], data[i + 1], data[i + 2]);
+        }
+    }
+    sqlite3_close(db);
+    std::string file = ReadFile(g_file);
+    for (size_t i = 0; i + 3 <= size; i += 3) {
+        if (data[i] != 0xFF || file.empty()) continue;
+        const size_t at = ((static_cast<size_t>(data[i + 1]) << 8) | data[i + 2]) * 31 % file.size();
+        file[at] = static_cast<char>(file[at] ^ (data[i + 1] | 1));
+    }
+    std::ofstream(g_file, std::ios::binary | std::ios::trunc) << file;
+    // Every input is a new version of the file, however fast they come.
+    static long long version = 0;
+    const timespec times[2] = {{0, UTIME_OMIT}, {1000000 + ++version, 0}};
+    utimensat(AT_FDCWD, g_file.c_str(), times, 0);
+
+    kesto::Ref<COM_IRegistry> registry;
+    HRESULT hr = COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
+    CheckFailure(hr, "creating the registry");
+    if (FAILED(hr)) {
+        FUZZ_CHECK(ReadFile(g_file) == file, "a refused registry was written");
+        return;
+    }
+    WalkEdited(registry.get(), 1);
+    WalkEdited(registry.get(), 2);
+    // Changes work or fail with a reason, and a second object sees them.
+    hr = registry->OpenRoot(1, W(u""));
+    if (SUCCEEDED(hr)) hr = registry->DeleteKey(W(u"CLSID\\{A}"));
+    CheckFailure(hr, "DeleteKey");
+    if (SUCCEEDED(hr)) hr = registry->CreateKey(W(u"N\\M"), 1);
+    CheckFailure(hr, "CreateKey");
+    if (SUCCEEDED(hr)) CheckFailure(registry->SetIntValue(W(u""), 5), "SetIntValue");
+    CheckFailure(registry->DeleteKey(W(u"")), "DeleteKey of empty keys");
+    CheckFailure(registry->Close(), "Close");
+    registry.reset();
+    hr = COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
+    CheckFailure(hr, "creating the registry again");
+    if (SUCCEEDED(hr)) {
+        WalkEdited(registry.get(), 1);
+        registry->Close();
+    }
+    const COM_GUID classA = {0xA, 0, 0, {}};
+    kesto::Ref<COM_IUnknown> object;
+    COM_CreateInstance(classA, nullptr, COM_IID_IUnknown, object.out_void());
+    RunCategoryOperationOn(classA);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -204,6 +411,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vantle::fuzz::LiveStringGuard strings;
+    if (size > 0 && data[0] == kEditedMarker) {
+        if (g_pristine.empty()) MakePristine();
+        RunEdited(data + 1, size - 1);
+        return 0;
+    }
     FuzzedDataProvider input(data, size);
     RemoveScratchFiles();
 

@@ -26,6 +26,19 @@ std::string RegistryFile() {
     return std::string(buffer.data(), length);
 }
 
+// The status and the runtime's reason for the last registry failure.
+std::string LastRegistryFailure(HRESULT fallback) {
+    std::vector<char> buffer(4096);
+    HRESULT status = S_OK;
+    unsigned long length = KESTO_RegistryLastError(&status, buffer.data(), buffer.size());
+    if (length >= buffer.size()) {
+        buffer.resize(length + 1);
+        KESTO_RegistryLastError(&status, buffer.data(), buffer.size());
+    }
+    if (length == 0) return HresultText(fallback);
+    return HresultText(FAILED(status) ? status : fallback) + ": " + std::string(buffer.data(), length);
+}
+
 HRESULT OpenRegistry(kesto::Ref<COM_IRegistry>& registry) {
     return COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
 }
@@ -59,6 +72,7 @@ struct ClassState {
     bool registered = false;
     std::string name;
     std::optional<int> installCount;
+    std::string countProblem;
 };
 
 HRESULT ReadClassState(const COM_GUID& clsid, ClassState* state) {
@@ -73,9 +87,11 @@ HRESULT ReadClassState(const COM_GUID& clsid, ClassState* state) {
     kesto::String name;
     if (registry->GetStringValue(kesto::wide(u""), name.out()) == S_OK) state->name = Utf8(name);
     int count = 0;
-    if (registry->OpenKey(kesto::wide(u"InstallCount")) == S_OK &&
-        registry->GetIntValue(kesto::wide(u""), &count) == S_OK)
-        state->installCount = count;
+    if (registry->OpenKey(kesto::wide(u"InstallCount")) == S_OK) {
+        HRESULT read = registry->GetIntValue(kesto::wide(u""), &count);
+        if (read == S_OK) state->installCount = count;
+        if (FAILED(read)) state->countProblem = LastRegistryFailure(read);
+    }
     return registry->Close();
 }
 
@@ -98,6 +114,11 @@ void ReportClasses(void* module, std::ostream& out) {
             out << ": cannot read its records: " << HresultText(hr) << "\n";
         } else if (!state.registered) {
             out << ": not registered\n";
+        } else if (!state.countProblem.empty()) {
+            out << ": registered, install count unreadable: " << state.countProblem << "\n";
+        } else if (state.installCount && *state.installCount < 1) {
+            // Only a count edited by hand is below 1 while the records are there.
+            out << ": registered, install count " << *state.installCount << " is not a count (edited by hand?)\n";
         } else if (state.installCount) {
             out << ": installed " << *state.installCount << (*state.installCount == 1 ? " time\n" : " times\n");
         } else {
@@ -107,11 +128,13 @@ void ReportClasses(void* module, std::ostream& out) {
 }
 
 // Why DllRegisterServer/DllUnregisterServer reported a failure, as far as the
-// registry can tell.
-std::string ExplainFailure(void* module, bool doRegister, const std::string& registryFile) {
+// registry can tell; `reason` is what the runtime said about its last failure.
+std::string ExplainFailure(void* module, bool doRegister, const std::string& registryFile,
+                           const std::string& reason) {
+    if (!reason.empty()) return reason;
     kesto::Ref<COM_IRegistry> registry;
     HRESULT hr = OpenRegistry(registry);
-    if (FAILED(hr)) return "the registry " + registryFile + " cannot be used: " + HresultText(hr);
+    if (FAILED(hr)) return "the registry " + registryFile + " cannot be used: " + LastRegistryFailure(hr);
     if (!doRegister) {
         for (const COM_GUID* clsid : ClassesOf(module)) {
             ClassState state;
@@ -122,46 +145,91 @@ std::string ExplainFailure(void* module, bool doRegister, const std::string& reg
     return "the module reported a failure (registry " + registryFile + ")";
 }
 
-// Prints the key at `path` below `root` (the current chain goes on) and
-// everything below it.
-HRESULT DumpKey(COM_IRegistry* registry, int root, const std::u16string& path, int depth, std::ostream& out) {
-    HRESULT hr = registry->OpenRoot(root, kesto::wide(path));
-    if (FAILED(hr)) return hr;
-    const std::string indent(2 * static_cast<std::size_t>(depth), ' ');
+// A name as the dump shows it: quoted when it is not one the runtime would make
+// or would print ambiguously (empty, a '\\', a quote, a control character).
+bool PlainName(const std::u16string& name) {
+    if (name.empty()) return false;
+    for (char16_t c : name)
+        if (c == u'\\' || c == u'"' || c < 0x20 || c == 0x7F) return false;
+    return true;
+}
 
+std::string ShownName(const std::u16string& name) { return PlainName(name) ? ToUtf8(name) : Quoted(ToUtf8(name)); }
+
+// Prints the current key's values, `indent` deep.
+HRESULT DumpValues(COM_IRegistry* registry, const std::string& indent, std::ostream& out) {
     kesto::Ref<COM_IRegistryEnum> values;
-    hr = registry->EnumValues(values.out());
+    HRESULT hr = registry->EnumValues(values.out());
     if (FAILED(hr)) return hr;
     kesto::String name;
     while ((hr = values->Next(name.out())) == S_OK) {
         std::u16string valueName(name.view());
-        out << indent << (valueName.empty() ? std::string("(default)") : ToUtf8(valueName)) << " = ";
+        out << indent << (valueName.empty() ? std::string("(default)") : ShownName(valueName)) << " = ";
         int kind = KESTO_REGISTRY_NONE;
-        registry->GetValueKind(kesto::wide(valueName), &kind);
+        HRESULT read = registry->GetValueKind(kesto::wide(valueName), &kind);
         if (kind == KESTO_REGISTRY_INTEGER) {
             int number = 0;
-            registry->GetIntValue(kesto::wide(valueName), &number);
-            out << number << "\n";
-        } else {
+            read = registry->GetIntValue(kesto::wide(valueName), &number);
+            if (read == S_OK) out << number << "\n";
+        } else if (read == S_OK) {
             kesto::String text;
-            registry->GetStringValue(kesto::wide(valueName), text.out());
-            out << Quoted(Utf8(text)) << "\n";
+            read = registry->GetStringValue(kesto::wide(valueName), text.out());
+            if (read == S_OK) out << Quoted(Utf8(text)) << "\n";
         }
+        if (read != S_OK)
+            out << "(unreadable: " << LastRegistryFailure(FAILED(read) ? read : REGDB_E_INVALIDVALUE) << ")\n";
     }
-    if (FAILED(hr)) return hr;
+    return FAILED(hr) ? hr : S_OK;
+}
 
-    kesto::Ref<COM_IRegistryEnum> subkeys;
-    hr = registry->EnumSubkeys(subkeys.out());
-    if (FAILED(hr)) return hr;
-    std::vector<std::u16string> children;
-    while ((hr = subkeys->Next(name.out())) == S_OK) children.emplace_back(name.view());
-    if (FAILED(hr)) return hr;
-    for (const std::u16string& child : children) {
-        out << indent << ToUtf8(child) << "\n";
-        hr = DumpKey(registry, root, path.empty() ? child : path + u"\\" + child, depth + 1, out);
+// Prints the current key's values and everything below it, walking down with
+// OpenKey and back with OpenParent on a stack of its own: any depth costs time
+// and memory linear in what is printed. A subkey whose name cannot be opened by
+// name (empty, or holding '\\') is shown and not followed.
+HRESULT DumpTree(COM_IRegistry* registry, std::ostream& out) {
+    struct Level {
+        std::vector<std::u16string> children;
+        std::size_t next = 0;
+    };
+    std::vector<Level> levels;
+    auto enter = [&]() -> HRESULT {
+        HRESULT hr = DumpValues(registry, std::string(2 * (levels.size() + 1), ' '), out);
         if (FAILED(hr)) return hr;
+        kesto::Ref<COM_IRegistryEnum> subkeys;
+        hr = registry->EnumSubkeys(subkeys.out());
+        if (FAILED(hr)) return hr;
+        Level level;
+        kesto::String name;
+        while ((hr = subkeys->Next(name.out())) == S_OK) level.children.emplace_back(name.view());
+        if (FAILED(hr)) return hr;
+        levels.push_back(std::move(level));
+        return S_OK;
+    };
+    HRESULT hr = enter();
+    while (SUCCEEDED(hr) && !levels.empty()) {
+        Level& level = levels.back();
+        if (level.next == level.children.size()) {
+            levels.pop_back();
+            if (!levels.empty()) hr = registry->OpenParent();
+            continue;
+        }
+        const std::u16string child = level.children[level.next++];
+        const std::string indent(2 * levels.size(), ' ');
+        if (child.empty() || child.find(u'\\') != std::u16string::npos) {
+            out << indent << ShownName(child) << "  (not followed: not a name a key can be opened by)\n";
+            continue;
+        }
+        out << indent << ShownName(child) << "\n";
+        hr = registry->OpenKey(kesto::wide(child));
+        if (hr == REGDB_E_KEYMISSING) {
+            // A name that is not valid UTF-8 in the file lists as something else.
+            out << indent << "  (cannot be opened: " << LastRegistryFailure(hr) << ")\n";
+            hr = S_OK;
+            continue;
+        }
+        if (SUCCEEDED(hr)) hr = enter();
     }
-    return S_OK;
+    return hr;
 }
 
 }  // namespace
@@ -183,10 +251,27 @@ int RunRegisterCommand(const std::string& modulePath, bool doRegister, std::ostr
         return 1;
     }
     const std::string registryFile = RegistryFile();
+    // All or nothing: the module's registry work is one transaction of the
+    // runtime, which also records where this copy of the module is.
+    HRESULT hr = KESTO_RegistryBeginTransaction(modulePath.c_str());
+    if (FAILED(hr)) {
+        err << "vantle-assist: cannot " << verb << " " << modulePath << ": the registry " << registryFile
+            << " cannot be used: " << LastRegistryFailure(hr) << "\n";
+        return 1;
+    }
     HRESULT result = entry();
+    HRESULT failure = S_OK;
+    KESTO_RegistryLastError(&failure, nullptr, 0);
+    const std::string reason = result != S_OK && FAILED(failure) ? LastRegistryFailure(failure) : std::string();
+    hr = KESTO_RegistryEndTransaction(result == S_OK);
+    if (result == S_OK && FAILED(hr)) {
+        err << "vantle-assist: cannot " << verb << " " << modulePath << ": the registry " << registryFile
+            << " cannot be committed: " << LastRegistryFailure(hr) << "\n";
+        return 1;
+    }
     if (result != S_OK) {
         err << "vantle-assist: cannot " << verb << " " << modulePath << ": "
-            << ExplainFailure(module, doRegister, registryFile) << "\n";
+            << ExplainFailure(module, doRegister, registryFile, reason) << "\n";
         return 1;
     }
     out << (doRegister ? "registered " : "unregistered ") << modulePath << (doRegister ? " in " : " from ")
@@ -209,16 +294,17 @@ int RunRegistryDumpCommand(std::ostream& out, std::ostream& err) {
     kesto::Ref<COM_IRegistry> registry;
     HRESULT hr = OpenRegistry(registry);
     if (FAILED(hr)) {
-        err << "vantle-assist: registry " << registryFile << ": " << HresultText(hr) << "\n";
+        err << "vantle-assist: registry " << registryFile << ": " << LastRegistryFailure(hr) << "\n";
         return 1;
     }
     out << "Registry " << registryFile << "\n";
     const std::pair<int, const char*> roots[] = {{1, "Classes"}, {2, "Settings"}};
     for (const auto& [root, title] : roots) {
         out << title << " (root " << root << ")\n";
-        hr = DumpKey(registry.get(), root, u"", 1, out);
+        hr = registry->OpenRoot(root, kesto::wide(u""));
+        if (SUCCEEDED(hr)) hr = DumpTree(registry.get(), out);
         if (FAILED(hr)) {
-            err << "vantle-assist: registry " << registryFile << ": " << HresultText(hr) << "\n";
+            err << "vantle-assist: registry " << registryFile << ": " << LastRegistryFailure(hr) << "\n";
             return 1;
         }
     }

@@ -88,7 +88,8 @@ bool ServiceSession::LoadTree(const std::string& dictionaryPath, std::string* er
         *error = "the runtime cannot create the class-definition tree: " + HresultText(hr);
         return false;
     }
-    std::u16string path16 = ToUtf16(dictionaryPath);
+    // A file name is bytes: any of them must reach the runtime intact.
+    std::u16string path16 = kesto::PathToUtf16(dictionaryPath);
     kesto::String message;
     hr = tree_->LoadDictionary(kesto::wide(path16), message.out());
     if (FAILED(hr)) {

@@ -9,6 +9,8 @@
 // without Close then rolls the open chain back.
 #include "sysComRegister.h"
 
+#include <climits>
+
 #include "kesto/registry.h"
 #include "utlLiteral.h"
 
@@ -33,6 +35,12 @@ constexpr const unsigned short* s_wszMoniker = utlLiteral<"Moniker">;
 void sysCheck(HRESULT hr) {
     if (FAILED(hr)) throw static_cast<int>(hr);
 }
+
+// The count moves by one and stays at the ends of int: a count that reached
+// INT_MAX (or INT_MIN, written by hand) is written back as it was, and the
+// registration goes on as at any other count.
+int sysCountUp(int count) { return count == INT_MAX ? count : count + 1; }
+int sysCountDown(int count) { return count == INT_MIN ? count : count - 1; }
 
 // Calls each(piece) for every ','-separated piece of list, untrimmed; the last
 // piece runs to the end, so "a,," gives "a", "" and "".
@@ -98,7 +106,7 @@ HRESULT COM_CComModule::UpdateRegistryClass(const COM_GUID& clsid, const unsigne
             sysCheck(registry->CreateKey(s_wszInstallCount, 1));
             int installCount = 0;
             sysCheck(registry->GetIntValue(s_wszEmpty, &installCount));
-            sysCheck(registry->SetIntValue(s_wszEmpty, installCount + 1));
+            sysCheck(registry->SetIntValue(s_wszEmpty, sysCountUp(installCount)));
             sysCheck(registry->Close());
 
             if (displayName != nullptr) sysWriteClassRecord(registry, clsidText, s_wszDisplayName, displayName);
@@ -128,7 +136,7 @@ HRESULT COM_CComModule::UpdateRegistryClass(const COM_GUID& clsid, const unsigne
         int installCount = 0;
         sysCheck(registry->GetIntValue(s_wszEmpty, &installCount));
         if (installCount != 0) {
-            --installCount;
+            installCount = sysCountDown(installCount);
             sysCheck(registry->SetIntValue(s_wszEmpty, installCount));
             if (installCount != 0) {
                 sysCheck(registry->Close());

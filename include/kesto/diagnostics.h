@@ -29,6 +29,11 @@ KESTO_EXPORT long KESTO_LiveStringCount();
 typedef HRESULT (*KESTO_ClassFactoryFunction)(const COM_GUID& iid, void** out);
 KESTO_EXPORT void KESTO_OverrideClass(const COM_GUID& clsid, KESTO_ClassFactoryFunction factory);
 
+// The environment variable KESTO_REGISTRY_KILL_AT_CHANGE=N makes the process kill
+// itself (SIGKILL) right after its Nth change to the registry (a key made or
+// deleted, a value set or deleted), before that change's transaction ends, so
+// that tests can stop a registration at a chosen step rather than at a moment.
+
 }  // extern "C"
 
 #endif  // KESTO_DIAGNOSTICS_H_

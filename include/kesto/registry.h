@@ -29,7 +29,18 @@
 // REGDB_E_KEYMISSING (a key that must exist does not, or there is no current key),
 // REGDB_E_INVALIDVALUE (a value of the other type), E_POINTER (a NULL out
 // argument), E_OUTOFMEMORY (a string could not be allocated). A NULL name counts
-// as the empty name. A failed operation leaves the current key where it was.
+// as the empty name. A failed operation leaves the current key where it was,
+// and its reason, in the database's or the system's words, for
+// KESTO_RegistryLastError.
+//
+// A damaged file (one that fails SQLite's integrity check, or a damaged page met
+// later) is REGDB_E_READREGDB with "damaged" in the reason, never an empty
+// registry. Content the runtime never writes but a file edited by hand may hold
+// is answered safely: keys are always a tree below the roots (a root is never
+// a child), subkeys and values whose names are not text are not listed, and an
+// integer outside 32 bits is REGDB_E_INVALIDVALUE. A listed name that is empty
+// or holds '\' cannot be opened by name (OpenKey takes it as a path); callers
+// that walk the tree show such names and go no further.
 #ifndef KESTO_REGISTRY_H_
 #define KESTO_REGISTRY_H_
 
@@ -85,6 +96,9 @@ public:
     // slot 17: KESTO_REGISTRY_STRING or KESTO_REGISTRY_INTEGER; S_FALSE and
     // KESTO_REGISTRY_NONE when there is no such value.
     virtual HRESULT GetValueKind(CBSTR valueName, int* kind) = 0;
+    // slot 18: makes the current key's parent the current key; S_FALSE (staying)
+    // at a root. With OpenKey it walks any depth in time linear in the keys seen.
+    virtual HRESULT OpenParent() = 0;
 };
 
 enum { KESTO_REGISTRY_NONE = 0, KESTO_REGISTRY_STRING = 1, KESTO_REGISTRY_INTEGER = 2 };
@@ -113,6 +127,36 @@ extern "C" {
 // and returns its length without the NUL; 0 when no path can be made (no
 // KESTO_REGISTRY, XDG_DATA_HOME or HOME).
 KESTO_EXPORT unsigned long KESTO_RegistryFilePath(char* buffer, unsigned long size);
+
+// The last registry failure on this thread: its status in *status (when not
+// NULL; S_OK when there was none) and its reason (the file, then the database's
+// or the system's own words, e.g. "...: the registry file is damaged: database
+// disk image is malformed"), written and measured as by KESTO_RegistryFilePath.
+// Both are reset by KESTO_RegistryBeginTransaction. Read it right after a call
+// failed: a later success does not clear it.
+KESTO_EXPORT unsigned long KESTO_RegistryLastError(HRESULT* status, char* buffer, unsigned long size);
+
+// A registration as one transaction of the user's registry, for hosts that call
+// DllRegisterServer or DllUnregisterServer:
+//     KESTO_RegistryBeginTransaction(path); hr = DllRegisterServer();
+//     KESTO_RegistryEndTransaction(hr == S_OK);
+// Until it ends, the registry objects and category managers this thread creates
+// share its connection; their OpenRoot ... Close chains still commit or roll back
+// as a whole, but only into the transaction, which holds the write lock
+// throughout. EndTransaction(non-zero) commits everything at once, 0 rolls
+// everything back; a process that dies before the end leaves the registry as it
+// was. Other threads and processes wait for it as for any chain.
+//
+// `modulePath` (may be NULL) names the module being registered: a server record
+// (CLSID\{class}\InprocServer32 of root 1) whose default value is that file's
+// name then also gets the value "Path" with the file's full path, and
+// COM_CreateInstance loads that file while it exists, so the copy registered is
+// the copy loaded. The name alone still works as before.
+//
+// E_UNEXPECTED for a second Begin or an End without Begin on this thread; else
+// the registry's results (REGDB_E_WRITEREGDB when the commit fails).
+KESTO_EXPORT HRESULT KESTO_RegistryBeginTransaction(const char* modulePath);
+KESTO_EXPORT HRESULT KESTO_RegistryEndTransaction(int commit);
 
 }  // extern "C"
 

@@ -11,6 +11,7 @@
 #include "registry_path.h"
 #include "registry_store.h"
 #include "registry_text.h"
+#include "registry_transaction.h"
 
 namespace kesto {
 namespace {
@@ -22,7 +23,7 @@ constexpr const char* kImplementedKey = "Implemented Categories";
 
 class CategoryManager final : public RefCounted<Exposes<COM_ICatRegister, COM_IID_ICatRegister>> {
 public:
-    explicit CategoryManager(std::unique_ptr<RegistryStore> store) : m_store(std::move(store)) {}
+    explicit CategoryManager(std::shared_ptr<RegistryStore> store) : m_store(std::move(store)) {}
 
     HRESULT RegisterCategory(const COM_GUID& category, CBSTR description) override {
         return InTransaction([&]() -> HRESULT {
@@ -93,14 +94,14 @@ private:
         return hr == S_OK ? m_store->DeleteTree(parent) : S_OK;
     }
 
-    std::unique_ptr<RegistryStore> m_store;
+    std::shared_ptr<RegistryStore> m_store;
 };
 
 HRESULT CreateCategoryManager(const COM_GUID& iid, void** out) {
-    std::unique_ptr<RegistryStore> store;
-    HRESULT hr = RegistryStore::Open(RegistryFilePath(), RegistryStore::OpenMode::kCreate, &store);
+    RegistryConnection connection;
+    HRESULT hr = ConnectRegistry(&connection);
     if (FAILED(hr)) return hr;
-    return NewObjectFor<CategoryManager>(iid, out, std::move(store));
+    return NewObjectFor<CategoryManager>(iid, out, std::move(connection.store));
 }
 
 const BuiltinClassRegistrar s_categoryManagerClass(COM_CLSID_CategoryManager, CreateCategoryManager);

@@ -9,19 +9,29 @@
 #include "ref_counted.h"
 #include "registry_enum.h"
 #include "registry_path.h"
+#include "registry_error.h"
 #include "registry_store.h"
 #include "registry_text.h"
+#include "registry_transaction.h"
 
 namespace kesto {
 namespace {
 
 using KeyId = RegistryStore::KeyId;
 
+constexpr const char* kServerPathValue = "Path";
+
 class Registry final : public RefCounted<Exposes<COM_IRegistry, COM_IID_IRegistry>> {
 public:
-    explicit Registry(std::unique_ptr<RegistryStore> store) : m_store(std::move(store)) {}
-    // Releasing before Close rolls the chain back (the store does it as it goes).
-    ~Registry() override = default;
+    explicit Registry(RegistryConnection connection)
+        : m_store(std::move(connection.store)),
+          m_moduleName(std::move(connection.moduleName)),
+          m_modulePath(std::move(connection.modulePath)) {}
+    // Releasing before Close rolls the chain back; the store may live on in the
+    // thread's registration transaction.
+    ~Registry() override {
+        if (m_chainOpen) m_store->Rollback();
+    }
 
     HRESULT OpenRoot(int root, CBSTR path) override {
         KeyId key = RegistryStore::RootKey(root);
@@ -73,7 +83,15 @@ public:
     HRESULT SetStringValue(CBSTR valueName, CBSTR value) override {
         HRESULT hr = RequireCurrentKey();
         if (FAILED(hr)) return hr;
-        return m_store->SetString(m_current, StoredTextFromUnits(valueName), StoredTextFromUnits(value));
+        const std::string name = StoredTextFromUnits(valueName);
+        const std::string text = StoredTextFromUnits(value);
+        hr = m_store->SetString(m_current, name, text);
+        if (FAILED(hr) || !name.empty() || m_moduleName.empty() || text != m_moduleName) return hr;
+        // The server record of the module being registered: its full path goes
+        // beside the file name, in the same chain.
+        hr = m_store->IsServerKey(m_current);
+        if (hr != S_OK) return FAILED(hr) ? hr : S_OK;
+        return m_store->SetString(m_current, kServerPathValue, m_modulePath);
     }
 
     HRESULT GetStringValue(CBSTR valueName, BSTR* value) override {
@@ -98,7 +116,12 @@ public:
         HRESULT hr = Read(valueName, KESTO_REGISTRY_INTEGER, &stored);
         if (hr != S_OK) return hr;
         // A number written by hand may not fit.
-        if (stored.number < -2147483648LL || stored.number > 2147483647LL) return REGDB_E_INVALIDVALUE;
+        if (stored.number < -2147483648LL || stored.number > 2147483647LL) {
+            SetRegistryError(REGDB_E_INVALIDVALUE, m_store->Path() + ": the value \"" + StoredTextFromUnits(valueName) +
+                                                       "\" holds " + std::to_string(stored.number) +
+                                                       ", which is outside the 32-bit range");
+            return REGDB_E_INVALIDVALUE;
+        }
         *value = static_cast<int>(stored.number);
         return S_OK;
     }
@@ -119,6 +142,15 @@ public:
         RegistryStore::Value stored;
         HRESULT hr = Read(valueName, KESTO_REGISTRY_NONE, &stored);
         if (hr == S_OK) *kind = stored.kind;
+        return hr;
+    }
+
+    HRESULT OpenParent() override {
+        HRESULT hr = RequireCurrentKey();
+        if (FAILED(hr)) return hr;
+        KeyId parent;
+        hr = m_store->Parent(m_current, &parent);
+        if (hr == S_OK) m_current = parent;
         return hr;
     }
 
@@ -188,20 +220,27 @@ private:
         if (FAILED(hr)) return hr;
         hr = m_store->GetValue(m_current, StoredTextFromUnits(valueName), stored);
         if (hr != S_OK) return hr;
-        if (wanted != KESTO_REGISTRY_NONE && stored->kind != wanted) return REGDB_E_INVALIDVALUE;
+        if (wanted != KESTO_REGISTRY_NONE && stored->kind != wanted) {
+            SetRegistryError(REGDB_E_INVALIDVALUE, m_store->Path() + ": the value \"" + StoredTextFromUnits(valueName) +
+                                                       (stored->kind == KESTO_REGISTRY_STRING ? "\" is a string"
+                                                                                              : "\" is an integer"));
+            return REGDB_E_INVALIDVALUE;
+        }
         return S_OK;
     }
 
-    std::unique_ptr<RegistryStore> m_store;
+    std::shared_ptr<RegistryStore> m_store;
+    std::string m_moduleName;
+    std::string m_modulePath;
     KeyId m_current = RegistryStore::kNoKey;
     bool m_chainOpen = false;
 };
 
 HRESULT CreateRegistry(const COM_GUID& iid, void** out) {
-    std::unique_ptr<RegistryStore> store;
-    HRESULT hr = RegistryStore::Open(RegistryFilePath(), RegistryStore::OpenMode::kCreate, &store);
+    RegistryConnection connection;
+    HRESULT hr = ConnectRegistry(&connection);
     if (FAILED(hr)) return hr;
-    return NewObjectFor<Registry>(iid, out, std::move(store));
+    return NewObjectFor<Registry>(iid, out, std::move(connection));
 }
 
 const BuiltinClassRegistrar s_registryClass(COM_CLSID_Registry, CreateRegistry);

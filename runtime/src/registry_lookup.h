@@ -10,7 +10,8 @@
 namespace kesto {
 
 // S_OK with the module named by the default value of CLSID\{clsid}\InprocServer32
-// in root 1 of the user's registry, else of the system registry; S_FALSE when the
+// in root 1 of the user's registry, else of the system registry (for the user's,
+// the full path recorded beside it when that file exists); S_FALSE when the
 // class is registered in neither (or there is no registry yet); a registry HRESULT
 // when the user's file cannot be read.
 HRESULT LookupInprocServer(const COM_GUID& clsid, std::string* module);

@@ -11,6 +11,23 @@
 // bounded by the busy timeout (KESTO_REGISTRY_BUSY_TIMEOUT_MS, default 5000 ms)
 // and then fail with REGDB_E_WRITEREGDB.
 //
+// Inside an outer transaction (BeginOuter ... EndOuter, the registration
+// transaction of registry_transaction.h) Begin/Commit/Rollback only set and end
+// savepoints: nothing reaches the file before EndOuter commits, and a transaction
+// SQLite dropped after an I/O error makes every later Begin fail rather than go
+// on in autocommit mode.
+//
+// Damage is reported, never read as an empty registry: a file that fails
+// SQLite's integrity check is refused when opened (once per version of the file in a
+// process), and a damaged page met later fails the call. Every failure leaves its
+// reason, in SQLite's or the system's own words, in the thread's last registry
+// error (registry_error.h).
+//
+// Keys whose parent is a root's own descendant would make a cycle with it, so the
+// roots are never anyone's child: lookups, enumerations and deletions below a key
+// see a tree whatever the file holds, and each costs time linear in what it
+// returns.
+//
 // Names and string values are UTF-8 (see registry_text.h). Calls on one store
 // must come from one thread at a time.
 #ifndef KESTO_RUNTIME_REGISTRY_STORE_H_
@@ -61,6 +78,17 @@ public:
     void Rollback();
     bool InTransaction() const;
 
+    // The outer transaction: the write lock is held until EndOuter, which commits
+    // (commit non-zero) or rolls back everything done in between.
+    HRESULT BeginOuter();
+    HRESULT EndOuter(bool commit);
+
+    // S_OK and the parent's id; S_FALSE and kNoKey for a root.
+    HRESULT Parent(KeyId key, KeyId* parent);
+    // S_OK when `key` is CLSID\{class}\InprocServer32 of root 1, else S_FALSE.
+    HRESULT IsServerKey(KeyId key);
+    const std::string& Path() const { return m_path; }
+
     // S_OK and the child's id, or S_FALSE and kNoKey.
     HRESULT FindChild(KeyId parent, const std::string& name, KeyId* child);
     // Finds or makes the child.
@@ -84,9 +112,14 @@ public:
 private:
     class Statement;
 
-    explicit RegistryStore(sqlite3* db) : m_db(db) {}
+    RegistryStore(sqlite3* db, std::string path) : m_db(db), m_path(std::move(path)) {}
     HRESULT PrepareSchema(OpenMode mode);
-    HRESULT CreateSchema();
+    // S_OK when SQLite's integrity check finds the file sound.
+    HRESULT CheckIntegrity();
+    // The status for SQLite's result `rc`, with the reason recorded.
+    HRESULT ReadFailure(int rc);
+    HRESULT WriteFailure(int rc);
+    HRESULT Failure(int rc, HRESULT usual);
     // Runs `change` inside a savepoint that is undone when it fails.
     template <typename Change>
     HRESULT Atomically(Change change);
@@ -95,6 +128,9 @@ private:
     HRESULT SelectNames(const char* sql, KeyId id, std::vector<std::string>* names);
 
     sqlite3* m_db;
+    std::string m_path;
+    bool m_outer = false;
+    int m_savepoints = 0;  // chains open inside the outer transaction
 };
 
 }  // namespace kesto

@@ -57,7 +57,7 @@ HRESULT TNodeManager::LoadDictionary(CBSTR path, BSTR* message) {
             refused.problems.push_back(refused.message);
             return Loaded(std::move(refused), path16, message);
         }
-        return Loaded(LoadDictionaryFile(Utf16ToUtf8(path16)), path16, message);
+        return Loaded(LoadDictionaryFile(PathFromUtf16(path16)), path16, message);
     } catch (const std::bad_alloc&) {
         loadErrors_.clear();
         return E_OUTOFMEMORY;

@@ -79,6 +79,39 @@ TEST_F(CreateInstanceTest, FindsTheModuleInTheSearchPathAndKeepsItLoaded) {
     dlclose(module);
 }
 
+// The file an object's code was loaded from.
+std::string LoadedFrom(COM_IUnknown* object) {
+    Dl_info info;
+    if (dladdr(*reinterpret_cast<void* const*>(object), &info) == 0 || info.dli_fname == nullptr) return {};
+    return info.dli_fname;
+}
+
+TEST_F(CreateInstanceTest, TheRegisteredCopyIsLoadedWhileItIsThereAndTheNameIsSearchedOtherwise) {
+    // Two copies: the one registered, and one the search path would find first.
+    // The registered copy's folder is not UTF-8: its bytes must survive the record.
+    const std::filesystem::path registered = m_folder.path / "regist\xFF" "ered", searched = m_folder.path / "searched";
+    std::filesystem::create_directories(registered);
+    std::filesystem::create_directories(searched);
+    // A name of its own: modules stay loaded by name, and the other tests load theirs.
+    const std::string name = "libregistry_copy.so";
+    for (const auto& folder : {registered, searched})
+        std::filesystem::copy_file(kModuleFolder + "/" + kModuleName, folder / name);
+    ASSERT_EQ(KESTO_RegistryBeginTransaction((registered / name).c_str()), S_OK);
+    Register(TestClass(1), name);
+    ASSERT_EQ(KESTO_RegistryEndTransaction(1), S_OK);
+    EXPECT_EQ(ValueAt("CLSID\\{6B1D0001-0000-4000-8000-000000000001}\\InprocServer32"), name)
+        << "the record keeps the name the component wrote";
+
+    ScopedEnv searchPath("KESTO_MODULE_PATH", searched.string());
+    Ref<COM_IUnknown> object;
+    ASSERT_EQ(Create(TestClass(1), COM_IID_IUnknown, object), S_OK);
+    EXPECT_EQ(LoadedFrom(object.get()), (registered / name).string());
+    object.reset();
+    std::filesystem::remove(registered / name);
+    ASSERT_EQ(Create(TestClass(1), COM_IID_IUnknown, object), S_OK);
+    EXPECT_EQ(LoadedFrom(object.get()), (searched / name).string()) << "gone: the name is searched for";
+}
+
 TEST_F(CreateInstanceTest, EachModuleFailureHasItsOwnCode) {
     Ref<COM_IUnknown> object;
     EXPECT_EQ(Create(TestClass(1), COM_IID_IUnknown, object), CLASS_E_CLASSNOTAVAILABLE);

@@ -231,8 +231,14 @@ TEST_F(RegistryTest, AFileThatIsNotARegistryIsRefusedAndKept) {
     std::filesystem::remove(m_file);
     std::filesystem::create_directories(m_file);  // a folder where the file should be
     EXPECT_EQ(NewRegistry(registry), REGDB_E_READREGDB);
+    // Its folder cannot be made: the registry cannot be written, and says why.
     ScopedEnv underAFile("KESTO_REGISTRY", m_folder / "other.db/registry.db");
-    EXPECT_EQ(NewRegistry(registry), REGDB_E_READREGDB);
+    EXPECT_EQ(NewRegistry(registry), REGDB_E_WRITEREGDB);
+    HRESULT status = S_OK;
+    char reason[512];
+    const unsigned long length = KESTO_RegistryLastError(&status, reason, sizeof reason);
+    EXPECT_EQ(status, REGDB_E_WRITEREGDB);
+    EXPECT_NE(std::string(reason, length < sizeof reason ? length : 0).find("Not a directory"), std::string::npos);
 }
 
 TEST_F(RegistryTest, TheCategoryManagerKeepsClassesAndCategoriesWithTheirDescriptions) {

@@ -3,6 +3,7 @@
 // and the object-map walk with its categories.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdio>
 #include <utility>
 #include <vector>
@@ -68,6 +69,41 @@ TEST_F(RegistrationTest, InstallationsAreCountedAndTheLastUnregistrationRemovesE
     EXPECT_EQ(Update(0, true), S_OK);
     EXPECT_FALSE(KeyExists("CLSID")) << "the emptied CLSID key goes with the last class";
     EXPECT_EQ(Update(0), REGDB_E_KEYMISSING) << "nothing left to unregister";
+}
+
+// The count moves by one as long as it can and stays at the ends of int; no
+// count makes the arithmetic overflow.
+TEST_F(RegistrationTest, TheInstallCountStopsAtTheLimitsOfInt) {
+    struct Case {
+        int stored, doRegister;
+        HRESULT result;
+        std::optional<std::string> after;
+    };
+    const Case cases[] = {
+        {INT_MAX - 1, 1, S_OK, std::to_string(INT_MAX)},
+        {INT_MAX, 1, S_OK, std::to_string(INT_MAX)},
+        {INT_MAX, 0, S_FALSE, std::to_string(INT_MAX - 1)},
+        {INT_MIN, 0, S_FALSE, std::to_string(INT_MIN)},
+        {INT_MIN, 1, S_OK, std::to_string(INT_MIN + 1)},
+        {-1, 1, S_OK, "0"},
+        {-1, 0, S_FALSE, "-2"},
+        {1, 0, S_OK, std::nullopt},
+    };
+    for (const Case& c : cases) {
+        const std::string what = std::to_string(c.stored) + (c.doRegister ? " register" : " unregister");
+        ASSERT_EQ(Update(1), S_OK) << what;
+        Ref<COM_IRegistry> registry = OpenAt(kClassKey + "\\InstallCount");
+        ASSERT_TRUE(registry);
+        ASSERT_EQ(registry->SetIntValue(W(u""), c.stored), S_OK);
+        ASSERT_EQ(registry->Close(), S_OK);
+        EXPECT_EQ(Update(c.doRegister), c.result) << what;
+        EXPECT_EQ(ValueAt(kClassKey + "\\InstallCount"), c.after) << what;
+        if (KeyExists(kClassKey)) {
+            ASSERT_TRUE(registry = OpenAt("CLSID"));
+            ASSERT_EQ(registry->DeleteKey(W(kClassText)), S_OK);
+            ASSERT_EQ(registry->Close(), S_OK);
+        }
+    }
 }
 
 // Doubles of the registry and the category manager in the place of the runtime's
@@ -138,6 +174,7 @@ class Registry final : public Double<COM_IRegistry> {
     }
     HRESULT EnumValues(COM_IRegistryEnum** out) override { return *out = nullptr, Log("EnumValues"); }
     HRESULT GetValueKind(CBSTR, int* kind) override { return *kind = KESTO_REGISTRY_NONE, Log("GetValueKind"); }
+    HRESULT OpenParent() override { return Log("OpenParent"); }
 };
 
 class Categories final : public Double<COM_ICatRegister> {

@@ -4,6 +4,7 @@
 // themselves are the service's tests; these rows cover each option and each shape
 // of answer once.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 
 #include "RegistryTestSupport.h"
@@ -145,6 +146,69 @@ TEST_F(Tool, FailuresExitWithTheirStatusAndMessage) {
         ExpectIn(run.err, "Could not read from the registry [80040150]");
     }
     EXPECT_EQ(ReadFile(m_file), "precious notes");
+}
+
+// Runs SQL on the registry file behind the runtime's back.
+void Sql(const std::string& file, const std::string& statements) {
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(db, statements.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << statements;
+    sqlite3_close(db);
+}
+
+// What a registry edited by hand or damaged shows, and why registering then fails.
+TEST_F(Tool, TheRegistryCommandsShowEditedOrDamagedRegistriesAndSayWhy) {
+    ASSERT_EQ(Run("register").status, 0);
+    EXPECT_EQ(ValueAt("CLSID\\{4356564A-A9AA-4664-B743-2AFF4C551251}\\InprocServer32", "Path"),
+              (std::filesystem::canonical(VANTLE_COMPONENT_PATH).parent_path() / "libvantleassist.so").string())
+        << "the copy registered is recorded";
+    Sql(m_file,
+        "INSERT INTO registry_keys(parent, name) VALUES (2, ''), (3, ''), (3, 'x\\y'), (2, 'line\nbreak');"
+        "UPDATE registry_values SET data = 4294967296 WHERE kind = 2");
+    Outcome run = Run("registry");
+    EXPECT_EQ(run.status, 0) << run.err;
+    for (const char* part : {"\n    \"\"  (not followed: not a name a key can be opened by)\n",
+                             "\n    \"x\\\\y\"  (not followed", "\n  \"line\\x0Abreak\"\n",
+                             "(default) = (unreadable: Invalid value for registry [80040153]: ",
+                             "4294967296, which is outside the 32-bit range"}) {
+        ExpectIn(run.out, part);
+    }
+    EXPECT_LT(run.out.size(), 4000u);
+    run = Run("register");
+    EXPECT_EQ(run.status, 1);
+    ExpectIn(run.err, "Invalid value for registry [80040153]: ");
+    ExpectIn(run.err, "4294967296, which is outside the 32-bit range");
+
+    // A chain far deeper than any stack would hold is shown whole.
+    Ref<COM_IRegistry> registry;
+    ASSERT_EQ(NewRegistry(registry), S_OK);
+    ASSERT_EQ(registry->OpenRoot(2, W(u"")), S_OK);
+    for (int depth = 0; depth < 2500; ++depth) ASSERT_EQ(registry->CreateKey(W(u"k"), 1), S_OK);
+    ASSERT_EQ(registry->SetIntValue(W(u"deepest"), 1), S_OK);
+    ASSERT_EQ(registry->Close(), S_OK);
+    registry.reset();
+    run = Run("registry");
+    EXPECT_EQ(run.status, 0) << run.err;
+    ExpectIn(run.out, "\n" + std::string(2 * 2501, ' ') + "deepest = 1\n");
+
+    std::string damaged = ReadFile(m_file);
+    ASSERT_GT(damaged.size(), 4096u);
+    damaged[4096] = '\x7F';  // the keys' table
+    WriteFile(m_file, damaged);
+    for (const char* command : {"registry", "register", "unregister"}) {
+        run = Run(command);
+        EXPECT_EQ(run.status, 1) << command;
+        ExpectIn(run.err, "Could not read from the registry [80040150]: ");
+        ExpectIn(run.err, "the registry file is damaged");
+    }
+}
+
+TEST_F(Tool, FileNamesThatAreNotUtf8ReachTheRuntimeIntact) {
+    const std::string odd = m_folder / "bad\xFFname.json";
+    std::filesystem::copy_file(VANTLE_DICTIONARY_PATH, odd);
+    Outcome run = Run("--json classes Util. --dictionary '" + odd + "'");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "{\"hresult\": 0, \"list\": \"Util.Auditable,Util.Format,Util.Log,\"}\n");
 }
 
 TEST_F(Tool, EveryCommandHasHelp) {

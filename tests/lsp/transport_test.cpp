@@ -15,7 +15,7 @@ namespace {
 using namespace vantle::lsp;
 
 // Events as "body" or "!error", the input fed in pieces of `piece` bytes.
-std::vector<std::string> Events(const std::string& input, std::size_t piece = 1000000, FrameReader reader = FrameReader()) {
+std::vector<std::string> Events(const std::string& input, std::size_t piece, FrameReader reader = FrameReader()) {
     std::vector<std::string> events;
     for (std::size_t at = 0; at < input.size(); at += piece) {
         reader.Feed(std::string_view(input).substr(at, piece));
@@ -29,12 +29,6 @@ TEST(Framing, AnyCutGivesTheSameMessages) {
     const std::string input = EncodeFrame(R"({"a":1})") + EncodeFrame("") + EncodeFrame("{\"b\":\"\xC3\xA9\"}");
     for (std::size_t piece : {1, 2, 7, 1000})
         EXPECT_EQ(Events(input, piece), (std::vector<std::string>{R"({"a":1})", "", "{\"b\":\"\xC3\xA9\"}"})) << piece;
-    FrameReader reader;
-    reader.Feed("Content-Length: 4\r\n\r\nnu");
-    EXPECT_FALSE(reader.Next() || reader.Idle());
-    reader.Feed("ll");
-    EXPECT_EQ(reader.Next()->body, "null");
-    EXPECT_TRUE(reader.Idle());
 }
 
 TEST(Framing, ABadHeaderIsReportedAndReadingResumesAtTheNextMessage) {
@@ -59,32 +53,34 @@ TEST(Framing, ABadHeaderIsReportedAndReadingResumesAtTheNextMessage) {
     EXPECT_FALSE(small.Next());
 }
 
+// "kind id" of a decoded body, the kind of an invalid one being the code to answer.
+std::string Decoded(const std::string& body) {
+    const Message message = DecodeMessage(body);
+    const char* kinds[] = {"request", "notification", "response"};
+    return (message.kind == Message::Kind::Invalid ? std::to_string(static_cast<int>(message.code))
+                                                   : kinds[static_cast<int>(message.kind)]) +
+           " " + message.id.dump();
+}
+
 TEST(JsonRpc, EveryBodyDecodesToAMessageOrTheErrorToAnswer) {
-    const std::tuple<std::string, Message::Kind, ErrorCode, json> cases[] = {
-        {R"({"jsonrpc":"2.0","id":"7","method":"m","params":{"x":1}})", Message::Kind::Request, {}, "7"},
-        {R"({"jsonrpc":"2.0","method":"n"})", Message::Kind::Notification, {}, nullptr},
-        {R"({"jsonrpc":"2.0","id":3,"result":null})", Message::Kind::Response, {}, 3},
-        {R"({"jsonrpc":"2.0","id":null,"error":{"code":1}})", Message::Kind::Response, {}, nullptr},
-        {R"({"jsonrpc":"2.0","id": 12, "method":"x", )", Message::Kind::Invalid, ErrorCode::ParseError, 12},
-        {R"({"id" : "a\"b", ]})", Message::Kind::Invalid, ErrorCode::ParseError, "a\"b"},
-        {"\xFF\xFE garbage", Message::Kind::Invalid, ErrorCode::ParseError, nullptr},
-        {"{\"id\":1,\"s\":\"\xC3\"}", Message::Kind::Invalid, ErrorCode::ParseError, 1},  // not UTF-8
-        {std::string(100000, '['), Message::Kind::Invalid, ErrorCode::ParseError, nullptr},
-        {R"([{"jsonrpc":"2.0","id":1,"method":"m"}])", Message::Kind::Invalid, ErrorCode::InvalidRequest, nullptr},
-        {R"({"id":1,"method":"m"})", Message::Kind::Invalid, ErrorCode::InvalidRequest, 1},
-        {R"({"jsonrpc":"2.0","id":1.5,"method":"m"})", Message::Kind::Invalid, ErrorCode::InvalidRequest, nullptr},
-        {R"({"jsonrpc":"2.0","id":1,"method":7})", Message::Kind::Invalid, ErrorCode::InvalidRequest, 1},
-        {R"({"jsonrpc":"2.0","id":1,"method":"m","params":"text"})", Message::Kind::Invalid, ErrorCode::InvalidRequest, 1},
-        {R"({"jsonrpc":"2.0","id":1})", Message::Kind::Invalid, ErrorCode::InvalidRequest, 1},
+    const std::pair<std::string, std::string> cases[] = {
+        {R"({"jsonrpc":"2.0","id":"7","method":"m","params":{"x":1}})", R"(request "7")"},
+        {R"({"jsonrpc":"2.0","method":"n"})", "notification null"},
+        {R"({"jsonrpc":"2.0","id":3,"result":null})", "response 3"},
+        {R"({"jsonrpc":"2.0","id":null,"error":{"code":1}})", "response null"},
+        {R"({"jsonrpc":"2.0","id": 12, "method":"x", )", "-32700 12"},
+        {R"({"id" : "a\"b", ]})", R"(-32700 "a\"b")"},
+        {"\xFF\xFE garbage", "-32700 null"},
+        {"{\"id\":1,\"s\":\"\xC3\"}", "-32700 1"},  // not UTF-8
+        {std::string(100000, '['), "-32700 null"},
+        {R"([{"jsonrpc":"2.0","id":1,"method":"m"}])", "-32600 null"},
+        {R"({"id":1,"method":"m"})", "-32600 1"},
+        {R"({"jsonrpc":"2.0","id":1.5,"method":"m"})", "-32600 null"},
+        {R"({"jsonrpc":"2.0","id":1,"method":7})", "-32600 1"},
+        {R"({"jsonrpc":"2.0","id":1,"method":"m","params":"text"})", "-32600 1"},
+        {R"({"jsonrpc":"2.0","id":1})", "-32600 1"},
     };
-    for (const auto& [body, kind, code, id] : cases) {
-        const Message message = DecodeMessage(body);
-        EXPECT_EQ(message.kind, kind) << body.substr(0, 60);
-        if (kind == Message::Kind::Invalid) {
-            EXPECT_EQ(message.code, code) << body.substr(0, 60);
-        }
-        EXPECT_EQ(message.id, id) << body.substr(0, 60);
-    }
+    for (const auto& [body, decoded] : cases) EXPECT_EQ(Decoded(body), decoded) << body.substr(0, 60);
     std::string wide = "[";
     for (int i = 0; i < 1'100'000; ++i) wide += "0,";
     EXPECT_EQ(DecodeMessage(wide + "0]").problem, "the message holds more than a million values");
@@ -96,8 +92,8 @@ TEST(JsonRpc, EveryBodyDecodesToAMessageOrTheErrorToAnswer) {
 
 TEST(JsonText, WrittenTextReadsBackAsTheSameValues) {
     const std::u16string lone = {u'a', char16_t(0xD800), u'b', char16_t(0xDC00)};
-    for (const std::u16string& text : {std::u16string(u"a\"b\\c/d\b\f\n\r\t\x01\x1f\x7f"), std::u16string(u"é€ 中 \U0001F600"),
-                                      std::u16string(1, u'\0'), lone}) {
+    const std::u16string texts[] = {u"a\"b\\c/d\b\f\n\r\t\x01\x1f\x7f", u"é€ 中 \U0001F600", std::u16string(1, u'\0'), lone};
+    for (const std::u16string& text : texts) {
         std::string out;
         AppendJsonString(out, text);
         EXPECT_EQ(json::parse(out), json(ToUtf8(text))) << ToUtf8(text);
@@ -107,7 +103,8 @@ TEST(JsonText, WrittenTextReadsBackAsTheSameValues) {
     const json expected = {{"jsonrpc", "2.0"}, {"id", "7"}, {"result", {{"items", {1, "two"}}}}};
     EXPECT_EQ(json::parse(outgoing.Serialize()), expected);
     EXPECT_EQ(static_cast<const json&>(outgoing), expected);
-    EXPECT_NE(SerializeMessage(MakeError(1, ErrorCode::ParseError, "bad \xFF")).find("bad \xEF\xBF\xBD"), std::string::npos);
+    const std::string replaced = SerializeMessage(MakeError(1, ErrorCode::ParseError, "bad \xFF"));
+    EXPECT_NE(replaced.find("bad \xEF\xBF\xBD"), std::string::npos) << "text that is not UTF-8 is replaced, not thrown";
 }
 
 }  // namespace

@@ -1,175 +1,55 @@
 'use strict';
-// Incremental document sync: ranges counted in UTF-16 across surrogate pairs,
-// every kind of line ending, several changes in one notification, whole-text
-// changes, edits typed one character at a time, and ranges past the end.
+// Incremental document sync in UTF-16: ranges across surrogate pairs, every kind
+// of line ending, several changes of one notification applied in order, changes
+// without a range, and positions past the end of a line.
 
-const { describe, it, before, after } = require('node:test');
-const assert = require('node:assert/strict');
-const os = require('node:os');
-const path = require('node:path');
-const h = require('./lib/harness');
+const { it } = require('node:test');
+const { withServer, docUri, assert } = require('./lib/harness');
 
-const { Server, markdown } = h;
-
-let server;
-let counter = 0;
-const docUri = () => h.uriOf(path.join(os.tmpdir(), `vantle-edits-${process.pid}-${++counter}.txt`));
 const range = (sl, sc, el, ec) => ({ start: { line: sl, character: sc }, end: { line: el, character: ec } });
 const insert = (line, character, text) => ({ range: range(line, character, line, character), text });
 
-before(async () => {
-  server = new Server();
-  await server.initialize();
-  await server.ready();
-});
-
-after(async () => {
-  await server.finish();
-});
-
-async function labels(uri, line, character) {
-  return (await server.completionItems(uri, { line, character })).map((item) => item.label);
+// The class whose members completion offers at a position, told by a member only it has.
+async function membersAt(server, uri, line, character) {
+  const labels = await server.labels(uri, { line, character });
+  const owner = { Checkout: 'Shop.Cart', Reserve: 'Shop.Product', AddLine: 'Shop.Order', Write: 'Util.Log' };
+  return owner[Object.keys(owner).find((member) => labels.includes(member))] || 'nothing';
 }
 
-// The class whose members completion offers at a position, told by a member only
-// that class (or its subclasses) has.
-async function membersAt(uri, line, character) {
-  const list = await labels(uri, line, character);
-  if (list.includes('Checkout')) return 'Shop.Cart';
-  if (list.includes('Reserve')) return 'Shop.Product';
-  if (list.includes('AddLine')) return 'Shop.Order';
-  if (list.includes('Write')) return 'Util.Log';
-  return list.length ? `something else: ${list}` : 'nothing';
-}
-
-async function hoverAt(uri, line, character) {
-  return markdown(await server.hover(uri, { line, character })) || '';
-}
-
-describe('surrogate pairs', () => {
-  it('deletes a character of two UTF-16 units by its two units', async () => {
-    const uri = docUri();
-    await server.open(uri, '😀😀 Shop.Product.');
-    await server.change(uri, [{ range: range(0, 0, 0, 2), text: '' }]);
-    assert.equal(await membersAt(uri, 0, 16), 'Shop.Product');
-    await server.change(uri, [{ range: range(0, 0, 0, 2), text: '' }]);
-    assert.equal(await membersAt(uri, 0, 14), 'Shop.Product');
-  });
-
-  it('inserts between two such characters and after them', async () => {
-    const uri = docUri();
-    await server.open(uri, '😀😀 Shop.');
-    await server.change(uri, [insert(0, 2, 'é'), insert(0, 11, 'Cart.')]);
-    // Now "😀é😀 Shop.Cart." : 😀=2, é=1, 😀=2, space, "Shop.Cart." = 16 units.
-    assert.equal(await membersAt(uri, 0, 16), 'Shop.Cart');
-  });
-
-  it('replaces a range that starts and ends next to such characters', async () => {
-    const uri = docUri();
-    await server.open(uri, 'x😀 Shop.Order😀.Lines');
-    await server.change(uri, [{ range: range(0, 14, 0, 16), text: '' }]);
-    // Now "x😀 Shop.Order.Lines": Lines from unit 15.
-    assert.match(await hoverAt(uri, 0, 17), /relm of Shop\.Line/);
-    await server.change(uri, [{ range: range(0, 0, 0, 4), text: '' }]);
-    assert.match(await hoverAt(uri, 0, 13), /relm of Shop\.Line/);
-  });
-});
-
-describe('line endings', () => {
-  it('counts lines ended by CRLF, LF and CR alike', async () => {
-    const uri = docUri();
-    await server.open(uri, 'a\rShop.Order.\nb\r\nShop.Cart.\r\n😀\rShop.Product.');
-    assert.equal(await membersAt(uri, 1, 11), 'Shop.Order');
-    assert.equal(await membersAt(uri, 3, 10), 'Shop.Cart');
-    assert.equal(await membersAt(uri, 5, 13), 'Shop.Product');
-  });
-
-  it('edits a CRLF document without losing or doubling line ends', async () => {
-    const uri = docUri();
-    await server.open(uri, 'Shop.Order.\r\nShop.Cart.\r\nUtil.Log.\r\n');
-    // Remove "Order.\r\nShop." (from line 0 col 5 to line 1 col 5): "Shop.Cart.\r\nUtil.Log.\r\n".
-    await server.change(uri, [{ range: range(0, 5, 1, 5), text: '' }]);
-    assert.equal(await membersAt(uri, 0, 10), 'Shop.Cart');
-    assert.equal(await membersAt(uri, 1, 9), 'Util.Log');
-    // Insert a CRLF line at the top.
-    await server.change(uri, [insert(0, 0, 'Shop.Product.\r\n')]);
-    assert.equal(await membersAt(uri, 0, 13), 'Shop.Product');
-    assert.equal(await membersAt(uri, 1, 10), 'Shop.Cart');
-    assert.equal(await membersAt(uri, 2, 9), 'Util.Log');
-  });
-
-  it('joins two lines by deleting the CRLF between them', async () => {
-    const uri = docUri();
-    await server.open(uri, 'Shop.Order\r\n.Lines\r\n');
-    await server.change(uri, [{ range: range(0, 10, 1, 0), text: '' }]);
-    assert.match(await hoverAt(uri, 0, 13), /relm of Shop\.Line/);
-  });
-
-  it('splits a line with a CRLF typed at its end', async () => {
-    const uri = docUri();
-    await server.open(uri, 'Shop.Order.Lines\r\nUtil.Log.');
-    await server.change(uri, [insert(0, 16, '\r\n'), insert(1, 0, 'Shop.Cart.')]);
-    assert.equal(await membersAt(uri, 1, 10), 'Shop.Cart');
-    assert.equal(await membersAt(uri, 2, 9), 'Util.Log');
-    assert.match(await hoverAt(uri, 0, 13), /relm of Shop\.Line/);
-  });
-});
-
-describe('change notifications', () => {
-  it('applies several changes of one notification in order', async () => {
-    const uri = docUri();
-    await server.open(uri, '');
-    await server.change(uri, [insert(0, 0, 'Shop.'), insert(0, 5, 'Orde'), insert(0, 9, 'r.'), { range: range(0, 5, 0, 10), text: 'Cart' }]);
-    assert.equal(await membersAt(uri, 0, 10), 'Shop.Cart');
-  });
-
-  it('replaces the whole text when a change has no range', async () => {
-    const uri = docUri();
-    await server.open(uri, 'Shop.Order.');
-    await server.change(uri, [{ text: 'first line\nUtil.Log.' }]);
-    assert.equal(await membersAt(uri, 1, 9), 'Util.Log');
-    await server.change(uri, [insert(1, 0, 'x = ')]);
-    assert.equal(await membersAt(uri, 1, 13), 'Util.Log');
-  });
-
-  it('follows a document typed one character at a time', async () => {
-    const uri = docUri();
-    await server.open(uri, '');
-    const typed = 'x = Shop.Order.AddLine(1, ';
-    for (let i = 0; i < typed.length; i++) {
-      await server.change(uri, [insert(0, i, typed[i])]);
-      if (typed[i] === '.' && i === 14) assert.equal(await membersAt(uri, 0, i + 1), 'Shop.Order');
+it('applies each change where the client meant it', async () => {
+  await withServer({}, async (server) => {
+    // [the text opened, the changes of one notification, then where members of which class are offered]
+    for (const [text, changes, expected] of [
+      ['😀😀 Shop.Product.', [range(0, 0, 0, 2)].map((r) => ({ range: r, text: '' })), [[0, 16, 'Shop.Product']]],
+      ['😀😀 Shop.', [insert(0, 2, 'é'), insert(0, 11, 'Cart.')], [[0, 16, 'Shop.Cart']]],
+      ['x😀 Shop.Order😀.Lines.', [{ range: range(0, 14, 0, 16), text: '' }], [[0, 15, 'Shop.Order'], [0, 21, 'nothing']]],
+      ['a\rShop.Order.\nb\r\nShop.Cart.\r\n😀\rShop.Product.', [], [[1, 11, 'Shop.Order'], [3, 10, 'Shop.Cart'], [5, 13, 'Shop.Product']]],
+      ['Shop.Order.\r\nShop.Cart.\r\nUtil.Log.\r\n', [{ range: range(0, 5, 1, 5), text: '' }, insert(0, 0, 'Shop.Product.\r\n')],
+        [[0, 13, 'Shop.Product'], [1, 10, 'Shop.Cart'], [2, 9, 'Util.Log']]],
+      ['Shop.Order\r\n.\r\nUtil.Log', [{ range: range(0, 10, 1, 0), text: '' }, insert(0, 999, '\r\nShop.Cart.')], [[0, 11, 'Shop.Order'], [1, 10, 'Shop.Cart']]],
+      ['', [insert(0, 0, 'Shop.'), insert(0, 5, 'Orde'), insert(0, 9, 'r.'), { range: range(0, 5, 0, 10), text: 'Cart' }], [[0, 10, 'Shop.Cart']]],
+      ['Shop.Order.', [{ text: 'first line\nUtil.Log.' }, insert(1, 0, 'x = ')], [[1, 13, 'Util.Log']]],
+      ['Shop.Order\nUtil.Log', [insert(0, 999, '.'), insert(7, 0, '.')], [[0, 11, 'Shop.Order'], [1, 9, 'Util.Log']]],
+    ]) {
+      const uri = docUri();
+      await server.open(uri, text);
+      if (changes.length) await server.change(uri, changes);
+      for (const [line, character, owner] of expected) {
+        assert.equal(await membersAt(server, uri, line, character), owner, `${JSON.stringify(text)} at ${line}:${character}`);
+      }
     }
-    const help = await server.signatureHelp(uri, { line: 0, character: typed.length }, { triggerKind: 1, isRetrigger: false });
-    assert.ok(help && help.signatures[0].label.startsWith('AddLine('), JSON.stringify(help));
-    // Then deleted again one character at a time, from the end.
-    for (let i = typed.length; i > 15; i--) await server.change(uri, [{ range: range(0, i - 1, 0, i), text: '' }]);
-    assert.equal(await membersAt(uri, 0, 15), 'Shop.Order');
   });
+});
 
-  it('clamps a position past the end of a line to the line end', async () => {
+it('ignores changes to documents it does not have, and takes the text of a reopened one', async () => {
+  await withServer({}, async (server) => {
     const uri = docUri();
-    await server.open(uri, 'Shop.Order\nUtil.Log');
-    await server.change(uri, [insert(0, 999, '.')]);
-    assert.equal(await membersAt(uri, 0, 11), 'Shop.Order');
-    assert.match(await hoverAt(uri, 1, 6), /Util\.Log|Writing to the application log/);
-  });
-
-  it('takes the text of a document reopened after closing', async () => {
-    const uri = docUri();
+    await server.change(uri, [insert(0, 0, 'Util.Log.')]);
     await server.open(uri, 'Shop.Order.');
-    await server.close(uri);
-    await server.open(uri, 'Util.Log.');
-    assert.equal(await membersAt(uri, 0, 9), 'Util.Log');
-  });
-
-  it('ignores changes to documents it does not have', async () => {
-    const uri = docUri();
-    await server.change(uri, [insert(0, 0, 'Shop.Order.')]);
-    await server.close(uri);
-    await server.close(uri);
-    const other = docUri();
-    await server.open(other, 'Shop.Order.');
-    assert.equal(await membersAt(other, 0, 11), 'Shop.Order');
+    await server.notify('textDocument/didClose', { textDocument: { uri } });
+    await server.change(uri, [insert(0, 0, 'Util.Log.')]);
+    assert.equal(await server.at('completion', uri, { line: 0, character: 9 }), null);
+    await server.open(uri, 'Shop.Cart.');
+    assert.equal(await membersAt(server, uri, 0, 10), 'Shop.Cart');
   });
 });

@@ -1,9 +1,7 @@
-// LspTestSupport.h: a small class dictionary in the runtime's tree, and the
-// Assistant over it, for the language server's tests.
-//
-// The dictionary is loaded from memory into a tree of its own for each test. The
-// component is created as the server creates it; the registry is pointed at a
-// file that does not exist, so it comes from the library beside the tests.
+// LspTestSupport.h: a small class dictionary, loaded from memory into a tree of
+// its own for each test, and the Assistant over it. The component is created as the
+// server creates it, from the library beside the tests (the registry is a file that
+// does not exist).
 #ifndef VANTLE_TESTS_LSP_LSPTESTSUPPORT_H_
 #define VANTLE_TESTS_LSP_LSPTESTSUPPORT_H_
 
@@ -39,9 +37,8 @@ inline kesto::Ref<COM_ITNodeManager> LoadTree(const std::string& json = kDiction
     kesto::Ref<COM_ITNodeManager> tree;
     EXPECT_EQ(COM_CreateInstance(COM_CLSID_TNodeManager, nullptr, COM_IID_ITNodeManager, tree.out_void()), S_OK);
     kesto::String message;
-    EXPECT_EQ(tree->LoadDictionaryBuffer(json.data(), static_cast<unsigned long>(json.size()),
-                                         kesto::wide(u"test.json"), message.out()),
-              S_OK);
+    const auto size = static_cast<unsigned long>(json.size());
+    EXPECT_EQ(tree->LoadDictionaryBuffer(json.data(), size, kesto::wide(u"test.json"), message.out()), S_OK);
     return tree;
 }
 

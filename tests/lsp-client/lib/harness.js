@@ -1,10 +1,11 @@
 'use strict';
 // Starts build/bin/vantle-lsp as a child process and talks to it the way an
 // editor's language client does: through vscode-jsonrpc (Server) or, where a test
-// needs to see or send the exact bytes, through a small framing reader of our own
-// (RawServer). Every server is checked on close: a sanitizer report on its stderr
-// fails the test that started it.
+// needs to send or see the exact bytes, through a framing reader of our own
+// (RawServer). Every server is ended on close: shutdown and exit with code 0 for a
+// Server, and a sanitizer report on its stderr fails the test that started it.
 
+const assert = require('node:assert/strict');
 const { spawn, execFileSync } = require('node:child_process');
 const fs = require('node:fs');
 const os = require('node:os');
@@ -13,586 +14,298 @@ const { pathToFileURL, fileURLToPath } = require('node:url');
 const rpc = require('vscode-jsonrpc/node');
 
 const SERVER = process.env.VANTLE_LSP;
-const SOURCE_DIR = process.env.VANTLE_SOURCE_DIR || path.resolve(__dirname, '..', '..', '..');
-const ASSIST = process.env.VANTLE_ASSIST || (SERVER && path.join(path.dirname(SERVER), 'vantle-assist'));
+const ASSIST = process.env.VANTLE_ASSIST;
+const SOURCE_DIR = process.env.VANTLE_SOURCE_DIR;
 // Sanitizer builds answer slower; one number for every wait.
 const TIMEOUT = Number(process.env.VANTLE_LSP_TIMEOUT_MS || 20000);
+if (!SERVER || !fs.existsSync(SERVER)) throw new Error(`VANTLE_LSP must name the vantle-lsp binary under test (is it built?): ${SERVER}`);
 
-if (!SERVER) throw new Error('VANTLE_LSP is not set: it names the vantle-lsp binary under test');
-if (!fs.existsSync(SERVER)) throw new Error(`VANTLE_LSP names ${SERVER}, which does not exist (is vantle-lsp built?)`);
+const SANITIZER_REPORT = /ERROR: \w+Sanitizer|runtime error:|SUMMARY: \w+Sanitizer/;
 
-const SANITIZER_REPORT = /ERROR: (AddressSanitizer|LeakSanitizer|MemorySanitizer|ThreadSanitizer)|runtime error:|SUMMARY: \w+Sanitizer/;
-
-function sleep(ms) {
-  return new Promise((resolve) => setTimeout(resolve, ms));
-}
-
-// Resolves with what `promise` gives, or rejects naming `what` after `ms`.
-function withTimeout(promise, what, ms = TIMEOUT, stderr = () => '') {
+// Resolves with what `promise` gives, or rejects naming `what` after TIMEOUT.
+function withTimeout(promise, what, stderr = () => '') {
   let timer;
   const timeout = new Promise((_, reject) => {
-    timer = setTimeout(() => reject(new Error(`${what}: no answer within ${ms} ms${tail(stderr())}`)), ms);
+    timer = setTimeout(() => reject(new Error(`${what}: nothing within ${TIMEOUT} ms\n--- server stderr ---\n${stderr().slice(-2000)}`)), TIMEOUT);
   });
   return Promise.race([promise, timeout]).finally(() => clearTimeout(timer));
 }
 
-function tail(text) {
-  if (!text) return '';
-  return `\n--- server stderr (last 2000 bytes) ---\n${text.slice(-2000)}`;
-}
-
-// Polls `probe` until it returns a truthy value; rejects naming `what` otherwise.
-async function eventually(probe, what, ms = TIMEOUT) {
-  const end = Date.now() + ms;
-  let last;
-  for (;;) {
-    last = await probe();
-    if (last) return last;
-    if (Date.now() > end) throw new Error(`${what}: not reached within ${ms} ms`);
-    await sleep(100);
+// Asks `probe` again, 100 ms apart, until it answers truthy: for what no message announces.
+async function eventually(probe, what) {
+  for (const end = Date.now() + TIMEOUT; !(await probe());) {
+    if (Date.now() > end) throw new Error(`${what}: not reached within ${TIMEOUT} ms`);
+    await new Promise((resolve) => setTimeout(resolve, 100));
   }
 }
 
 class Child {
-  constructor(args = [], env = {}) {
-    this.args = args;
+  constructor(args) {
     this.stderr = '';
-    this.child = spawn(SERVER, args, {
-      stdio: ['pipe', 'pipe', 'pipe'],
-      env: { ...process.env, ...env },
-    });
+    this.child = spawn(SERVER, args, { stdio: ['pipe', 'pipe', 'pipe'] });
     this.child.stderr.setEncoding('utf8');
-    this.child.stderr.on('data', (chunk) => {
-      this.stderr += chunk;
-    });
-    // A write to a server that has gone away must fail the test through its own
-    // assertion, not crash the runner with EPIPE.
+    this.child.stderr.on('data', (chunk) => { this.stderr += chunk; });
+    // A write to a server that has gone away fails the test by its assertions, not by EPIPE.
     this.child.stdin.on('error', () => {});
-    this.exited = new Promise((resolve) => {
-      this.child.on('exit', (code, signal) => resolve({ code, signal }));
-    });
     this.exitStatus = null;
-    this.exited.then((status) => {
-      this.exitStatus = status;
-    });
+    this.exited = new Promise((resolve) => this.child.on('exit', (code, signal) => resolve(this.exitStatus = { code, signal })));
   }
 
-  get pid() {
-    return this.child.pid;
+  waitExit() {
+    return withTimeout(this.exited, 'server exit', () => this.stderr);
   }
 
-  // Waits for the process to end; kills it (and says so) if it does not.
-  async waitExit(what = 'server exit', ms = TIMEOUT) {
-    return withTimeout(this.exited, what, ms, () => this.stderr);
-  }
-
-  sanitizerReport() {
-    return SANITIZER_REPORT.test(this.stderr) ? this.stderr : null;
-  }
-
-  // Ends the process if it still runs and fails on a sanitizer report.
+  // Closes the input of a server still running, kills it if that does not end it,
+  // and fails on a sanitizer report.
   async finish() {
     if (this.exitStatus === null) {
       this.child.stdin.end();
-      let timer;
-      const ended = await Promise.race([this.exited, new Promise((resolve) => { timer = setTimeout(() => resolve(null), 3000); })]);
+      const timer = setTimeout(() => this.child.kill('SIGKILL'), 3000);
+      await this.exited;
       clearTimeout(timer);
-      if (ended === null) {
-        this.child.kill('SIGKILL');
-        await this.exited;
-      }
     }
-    const report = this.sanitizerReport();
-    if (report) throw new Error(`the server reported a sanitizer error:\n${report.slice(-6000)}`);
+    if (SANITIZER_REPORT.test(this.stderr)) throw new Error(`the server reported a sanitizer error:\n${this.stderr.slice(-6000)}`);
   }
 }
 
 // A client on vscode-jsonrpc, the library editors' language clients are built on.
 class Server extends Child {
-  constructor({ args = [], env = {}, configuration } = {}) {
-    super(args, env);
-    this.connection = rpc.createMessageConnection(
-      new rpc.StreamMessageReader(this.child.stdout),
-      new rpc.StreamMessageWriter(this.child.stdin),
-    );
-    this.diagnostics = new Map(); // uri -> every publishDiagnostics, in order
-    this.diagnosticWaiters = [];
-    this.configuration = configuration; // (items) => result of workspace/configuration
+  constructor({ args = [], configuration } = {}) {
+    super(args);
+    this.connection = rpc.createMessageConnection(new rpc.StreamMessageReader(this.child.stdout), new rpc.StreamMessageWriter(this.child.stdin));
+    this.diagnostics = new Map(); // uri -> the latest publishDiagnostics
+    this.diagnosticWaiters = new Set();
     this.configurationRequests = [];
-    this.registrations = [];
-    this.logMessages = [];
-    this.versions = new Map();
-    this.connection.onNotification('textDocument/publishDiagnostics', (params) => {
-      const list = this.diagnostics.get(params.uri) || [];
-      list.push(params.diagnostics);
-      this.diagnostics.set(params.uri, list);
-      for (const waiter of [...this.diagnosticWaiters]) waiter();
+    this.connection.onNotification('textDocument/publishDiagnostics', ({ uri, diagnostics }) => {
+      this.diagnostics.set(uri, diagnostics);
+      for (const waiter of this.diagnosticWaiters) waiter();
     });
-    this.connection.onNotification('window/logMessage', (params) => this.logMessages.push(params));
-    this.connection.onNotification('window/showMessage', (params) => this.logMessages.push(params));
     this.connection.onRequest('workspace/configuration', (params) => {
       this.configurationRequests.push(params);
-      if (!this.configuration) return params.items.map(() => null);
-      return this.configuration(params.items);
+      return params.items.map((item) => (configuration ? configuration(item) : null));
     });
-    this.connection.onRequest('client/registerCapability', (params) => {
-      this.registrations.push(...params.registrations);
-      return null;
-    });
-    this.connection.onRequest('client/unregisterCapability', () => null);
-    this.connection.onRequest('window/workDoneProgress/create', () => null);
-    this.connection.onNotification(() => {}); // $/progress, $/logTrace and the like
-    this.connection.onError(() => {});
-    this.connection.onClose(() => {});
+    this.connection.onRequest(() => null); // client/registerCapability and the like
+    this.connection.onNotification(() => {}); // window/logMessage and the like
     this.connection.listen();
+    this.version = 1;
   }
 
-  request(method, params, token) {
-    const sent = token === undefined
-      ? this.connection.sendRequest(method, params)
-      : this.connection.sendRequest(method, params, token);
-    return withTimeout(sent, `request ${method}`, TIMEOUT, () => this.stderr);
+  request(method, params) {
+    return withTimeout(this.connection.sendRequest(method, params), `request ${method}`, () => this.stderr);
   }
 
   notify(method, params) {
     return this.connection.sendNotification(method, params);
   }
 
-  // initialize + initialized. `capabilities` are merged over a typical editor's.
-  async initialize({ capabilities = {}, initializationOptions, rootUri = null, positionEncodings } = {}) {
-    const general = positionEncodings ? { positionEncodings } : {};
-    const caps = {
-      general,
-      workspace: { configuration: false, didChangeConfiguration: { dynamicRegistration: false }, ...capabilities.workspace },
-      textDocument: {
-        synchronization: { didSave: false, dynamicRegistration: false },
-        completion: { completionItem: { snippetSupport: false, labelDetailsSupport: true }, contextSupport: true },
-        hover: { contentFormat: ['markdown', 'plaintext'] },
-        signatureHelp: {
-          signatureInformation: { documentationFormat: ['markdown', 'plaintext'], parameterInformation: { labelOffsetSupport: true }, activeParameterSupport: true },
-          contextSupport: true,
-        },
-        definition: { linkSupport: false },
-        publishDiagnostics: { relatedInformation: true },
-        ...capabilities.textDocument,
-      },
-    };
-    const params = { processId: process.pid, clientInfo: { name: 'vantle-lsp-tests', version: '1' }, rootUri, capabilities: caps };
-    if (initializationOptions !== undefined) params.initializationOptions = initializationOptions;
-    const result = await this.request('initialize', params);
-    this.initializeResult = result;
+  // initialize (capabilities as given) and initialized; the result of initialize.
+  async initialize(capabilities = {}, initializationOptions) {
+    const result = await this.request('initialize', { processId: process.pid, rootUri: null, capabilities, initializationOptions });
     await this.notify('initialized', {});
     return result;
   }
 
   // Waits until the dictionary has loaded in the background: until a workspace
   // symbol query for `query` finds something.
-  async ready(query = 'Order') {
-    await eventually(async () => {
-      const symbols = await this.request('workspace/symbol', { query });
-      return symbols && symbols.length > 0;
-    }, `the dictionary loaded (a workspace symbol for ${JSON.stringify(query)})`);
+  ready(query = 'Order') {
+    return eventually(async () => (await this.request('workspace/symbol', { query })).length > 0, `the dictionary loaded (a symbol ${query})`);
   }
 
-  async open(uri, text, languageId = 'vantle') {
-    this.versions.set(uri, 1);
-    await this.notify('textDocument/didOpen', { textDocument: { uri, languageId, version: 1, text } });
+  open(uri, text) {
+    return this.notify('textDocument/didOpen', { textDocument: { uri, languageId: 'vantle', version: 1, text } });
   }
 
-  async change(uri, contentChanges) {
-    const version = (this.versions.get(uri) || 1) + 1;
-    this.versions.set(uri, version);
-    await this.notify('textDocument/didChange', { textDocument: { uri, version }, contentChanges });
+  change(uri, contentChanges) {
+    return this.notify('textDocument/didChange', { textDocument: { uri, version: ++this.version }, contentChanges });
   }
 
-  async close(uri) {
+  configure(settings) {
+    return this.notify('workspace/didChangeConfiguration', { settings });
+  }
+
+  at(method, uri, position) {
+    return this.request(`textDocument/${method}`, { textDocument: { uri }, position });
+  }
+
+  async labels(uri, position) {
+    return (await this.at('completion', uri, position)).items.map((item) => item.label);
+  }
+
+  // The member names offered at the end of `text`, opened as a new document.
+  async labelsAfter(text, uri = docUri()) {
+    await this.open(uri, text);
+    const lines = text.split('\n');
+    const labels = await this.labels(uri, { line: lines.length - 1, character: lines[lines.length - 1].length });
     await this.notify('textDocument/didClose', { textDocument: { uri } });
-  }
-
-  async configure(settings) {
-    await this.notify('workspace/didChangeConfiguration', { settings });
-  }
-
-  completion(uri, position, context = { triggerKind: 1 }) {
-    return this.request('textDocument/completion', { textDocument: { uri }, position, context });
-  }
-
-  async completionItems(uri, position, context) {
-    const result = await this.completion(uri, position, context);
-    if (result === null || result === undefined) return [];
-    return Array.isArray(result) ? result : result.items;
-  }
-
-  hover(uri, position) {
-    return this.request('textDocument/hover', { textDocument: { uri }, position });
-  }
-
-  signatureHelp(uri, position, context = { triggerKind: 1, isRetrigger: false }) {
-    return this.request('textDocument/signatureHelp', { textDocument: { uri }, position, context });
-  }
-
-  definition(uri, position) {
-    return this.request('textDocument/definition', { textDocument: { uri }, position });
-  }
-
-  // The latest diagnostics published for `uri` (undefined before any).
-  latestDiagnostics(uri) {
-    const list = this.diagnostics.get(uri);
-    return list ? list[list.length - 1] : undefined;
+    return labels.sort();
   }
 
   // Waits until the latest diagnostics published for `uri` satisfy `predicate`.
-  waitDiagnostics(uri, predicate, what = `diagnostics for ${uri}`, ms = TIMEOUT) {
-    return new Promise((resolve, reject) => {
-      const check = () => {
-        const latest = this.latestDiagnostics(uri);
-        if (latest !== undefined && predicate(latest)) {
-          cleanup();
-          resolve(latest);
-          return true;
-        }
-        return false;
+  waitDiagnostics(uri, predicate, what) {
+    let waiter;
+    const published = new Promise((resolve) => {
+      waiter = () => {
+        const latest = this.diagnostics.get(uri);
+        if (latest !== undefined && predicate(latest)) resolve(latest);
       };
-      const timer = setTimeout(() => {
-        cleanup();
-        const latest = this.latestDiagnostics(uri);
-        reject(new Error(`${what}: not published within ${ms} ms; latest for the document: ${JSON.stringify(latest)}${tail(this.stderr)}`));
-      }, ms);
-      const cleanup = () => {
-        clearTimeout(timer);
-        this.diagnosticWaiters = this.diagnosticWaiters.filter((w) => w !== check);
-      };
-      if (!check()) this.diagnosticWaiters.push(check);
+      this.diagnosticWaiters.add(waiter);
+      waiter();
     });
-  }
-
-  // shutdown + exit; resolves with the exit status.
-  async shutdownAndExit() {
-    await this.request('shutdown', null);
-    await this.notify('exit', null);
-    return this.waitExit('exit after shutdown');
+    const latest = () => `latest for ${uri}: ${JSON.stringify(this.diagnostics.get(uri))}\n${this.stderr}`;
+    return withTimeout(published, what, latest).finally(() => this.diagnosticWaiters.delete(waiter));
   }
 
   async finish() {
-    if (this.exitStatus === null) {
-      try {
-        const status = await withTimeout(this.shutdownAndExit(), 'shutdown on close', 5000);
-        this.connection.dispose();
-        await super.finish();
-        if (status.code !== 0) throw new Error(`the server exited with ${JSON.stringify(status)} after shutdown and exit${tail(this.stderr)}`);
-        return;
-      } catch (error) {
-        this.connection.dispose();
-        await super.finish();
-        throw error;
+    try {
+      if (this.exitStatus === null) {
+        await this.request('shutdown', null);
+        await this.notify('exit', null);
+        assert.deepEqual(await this.waitExit(), { code: 0, signal: null }, 'exit after shutdown');
       }
+    } finally {
+      this.connection.dispose();
+      await super.finish();
     }
-    this.connection.dispose();
-    await super.finish();
   }
-}
-
-// Runs `body(server)` on an initialized server whose dictionary has loaded (a
-// workspace symbol query for `ready` finds something; null: no wait) and closes
-// it cleanly afterwards (shutdown, exit, exit code 0, no sanitizer report).
-async function withServer(options, body) {
-  const { initialize = {}, ready = 'Order', ...serverOptions } = options || {};
-  const server = new Server(serverOptions);
-  await runThenFinish(server, async () => {
-    await server.initialize(initialize);
-    if (ready !== null) await server.ready(ready);
-    await body(server);
-  });
 }
 
 // Frames JSON-RPC messages by hand and reads the server's output byte for byte.
 class RawServer extends Child {
-  constructor(args = [], env = {}) {
-    super(args, env);
+  constructor(args = []) {
+    super(args);
     this.buffer = Buffer.alloc(0);
     this.messages = [];
-    this.waiters = [];
-    this.framingErrors = [];
+    this.waiters = new Set();
     this.child.stdout.on('data', (chunk) => {
       this.buffer = Buffer.concat([this.buffer, chunk]);
-      this.parse();
+      for (let match; (match = /^Content-Length: (\d+)\r\n\r\n/.exec(this.buffer.toString('latin1', 0, 40)));) {
+        const end = match[0].length + Number(match[1]);
+        if (this.buffer.length < end) break;
+        this.messages.push(JSON.parse(this.buffer.toString('utf8', match[0].length, end)));
+        this.buffer = this.buffer.subarray(end);
+      }
+      for (const waiter of this.waiters) waiter();
     });
-  }
-
-  parse() {
-    for (;;) {
-      const end = this.buffer.indexOf('\r\n\r\n');
-      if (end < 0) return;
-      const header = this.buffer.subarray(0, end).toString('ascii');
-      const match = /^Content-Length: (\d+)$/im.exec(header);
-      if (!match || !/^Content-Length:/.test(header)) {
-        this.framingErrors.push(`a header block the client cannot read: ${JSON.stringify(header)}`);
-      }
-      const length = match ? Number(match[1]) : 0;
-      if (this.buffer.length < end + 4 + length) return;
-      const body = this.buffer.subarray(end + 4, end + 4 + length).toString('utf8');
-      this.buffer = this.buffer.subarray(end + 4 + length);
-      try {
-        this.messages.push(JSON.parse(body));
-      } catch (error) {
-        this.framingErrors.push(`a body that is not JSON: ${JSON.stringify(body)}`);
-      }
-      for (const waiter of [...this.waiters]) waiter();
-    }
-  }
-
-  sendBytes(bytes) {
-    this.child.stdin.write(bytes);
   }
 
   static frame(message) {
     const body = Buffer.from(typeof message === 'string' ? message : JSON.stringify(message), 'utf8');
-    return Buffer.concat([Buffer.from(`Content-Length: ${body.length}\r\n\r\n`, 'ascii'), body]);
+    return Buffer.concat([Buffer.from(`Content-Length: ${body.length}\r\n\r\n`), body]);
   }
 
-  send(message) {
-    this.sendBytes(RawServer.frame(message));
+  send(...messages) {
+    this.child.stdin.write(Buffer.concat(messages.map((m) => (Buffer.isBuffer(m) ? m : RawServer.frame(m)))));
   }
 
   request(id, method, params) {
-    const message = { jsonrpc: '2.0', id, method };
-    if (params !== undefined) message.params = params;
-    this.send(message);
+    this.send({ jsonrpc: '2.0', id, method, params });
   }
 
   notify(method, params) {
-    const message = { jsonrpc: '2.0', method };
-    if (params !== undefined) message.params = params;
-    this.send(message);
+    this.send({ jsonrpc: '2.0', method, params });
   }
 
-  // Waits for the first message (not yet taken) that satisfies `predicate` and
-  // takes it.
-  take(predicate, what, ms = TIMEOUT) {
-    return new Promise((resolve, reject) => {
-      const check = () => {
+  // Waits for the first message not yet taken that satisfies `predicate`, and takes it.
+  take(predicate, what) {
+    let waiter;
+    const found = new Promise((resolve) => {
+      waiter = () => {
         const index = this.messages.findIndex(predicate);
-        if (index < 0) return false;
-        const [message] = this.messages.splice(index, 1);
-        cleanup();
-        resolve(message);
-        return true;
+        if (index >= 0) resolve(this.messages.splice(index, 1)[0]);
       };
-      const timer = setTimeout(() => {
-        cleanup();
-        reject(new Error(`${what}: nothing within ${ms} ms; unclaimed messages: ${JSON.stringify(this.messages).slice(0, 2000)}; exit: ${JSON.stringify(this.exitStatus)}${tail(this.stderr)}`));
-      }, ms);
-      const cleanup = () => {
-        clearTimeout(timer);
-        this.waiters = this.waiters.filter((w) => w !== check);
-      };
-      if (!check()) this.waiters.push(check);
+      this.waiters.add(waiter);
+      waiter();
     });
+    const unclaimed = () => `unclaimed: ${JSON.stringify(this.messages).slice(0, 2000)}\n${this.stderr}`;
+    return withTimeout(found, what, unclaimed).finally(() => this.waiters.delete(waiter));
   }
 
-  response(id, what = `the response to request ${JSON.stringify(id)}`) {
-    return this.take((m) => 'id' in m && !('method' in m) && m.id === id, what);
+  response(id) {
+    return this.take((m) => m.id === id && !('method' in m), `the response to ${JSON.stringify(id)}`);
   }
 
-  // Responses (not notifications, not server requests) not yet taken.
-  pendingResponses() {
-    return this.messages.filter((m) => !('method' in m));
-  }
-
-  async initialize(id = 'init', params = {}) {
-    this.request(id, 'initialize', { processId: process.pid, rootUri: null, capabilities: {}, ...params });
+  async initialize(id = 'init') {
+    this.request(id, 'initialize', { processId: null, rootUri: null, capabilities: {} });
     const response = await this.response(id);
     this.notify('initialized', {});
     return response;
   }
-
-  // Waits until the bundled dictionary has loaded in the background.
-  async ready() {
-    let n = 0;
-    await eventually(async () => {
-      const id = `ready-${++n}`;
-      this.request(id, 'workspace/symbol', { query: 'Order' });
-      const response = await this.response(id);
-      return Array.isArray(response.result) && response.result.length > 0;
-    }, 'the dictionary loaded (a workspace symbol for "Order")');
-  }
 }
 
-async function withRaw(args, body) {
-  const server = new RawServer(args);
-  await runThenFinish(server, () => body(server));
-}
-
-// Runs `work`, then always ends the server; the first failure of the two is thrown.
-async function runThenFinish(server, work) {
+// Runs `body(server)` and always ends the server; the first failure of the two is thrown.
+async function using(server, body) {
   let failure = null;
   try {
-    await work();
+    await body(server);
   } catch (error) {
     failure = error;
   }
   try {
     await server.finish();
   } catch (error) {
-    if (!failure) failure = error;
+    failure = failure || error;
   }
   if (failure) throw failure;
 }
 
-// A document with one cursor marked `|`: the text without it and the cursor as
-// an LSP position in the given encoding.
-function cursor(marked, encoding = 'utf-16') {
-  const offset = marked.indexOf('|');
-  if (offset < 0 || marked.indexOf('|', offset + 1) >= 0) throw new Error(`expected one | in ${JSON.stringify(marked)}`);
-  const text = marked.slice(0, offset) + marked.slice(offset + 1);
-  return { text, position: positionAt(text, offset, encoding) };
+// An initialized server whose dictionary has loaded (`ready`: a symbol it holds; null: no wait).
+function withServer({ capabilities, initializationOptions, ready = 'Order', ...options }, body) {
+  return using(new Server(options), async (server) => {
+    await server.initialize(capabilities, initializationOptions);
+    if (ready) await server.ready(ready);
+    await body(server);
+  });
 }
 
-// The LSP position of a UTF-16 string offset: \n, \r\n and \r each end a line.
-function positionAt(text, offset, encoding = 'utf-16') {
-  let line = 0;
-  let start = 0;
-  for (let i = 0; i < offset; i++) {
-    const c = text[i];
-    if (c === '\r' && text[i + 1] === '\n') {
-      if (i + 1 < offset) {
-        i++;
-        line++;
-        start = i + 1;
-      }
-    } else if (c === '\n' || c === '\r') {
-      line++;
-      start = i + 1;
-    }
-  }
-  return { line, character: units(text.slice(start, offset), encoding) };
+const withRaw = (body) => using(new RawServer(), body);
+
+// A document with one cursor marked `|`: the text without it and the cursor as
+// an LSP position counted in `encoding`.
+function cursor(marked, encoding = 'utf-16') {
+  const offset = marked.indexOf('|');
+  const text = marked.slice(0, offset) + marked.slice(offset + 1);
+  const lines = marked.slice(0, offset).split(/\r\n|\n|\r/);
+  return { text, position: { line: lines.length - 1, character: units(lines[lines.length - 1], encoding) } };
 }
 
 function units(text, encoding) {
-  if (encoding === 'utf-16') return text.length;
-  if (encoding === 'utf-8') return Buffer.byteLength(text, 'utf8');
-  if (encoding === 'utf-32') return [...text].length;
-  throw new Error(`unknown encoding ${encoding}`);
+  return { 'utf-8': Buffer.byteLength(text, 'utf8'), 'utf-16': text.length, 'utf-32': [...text].length }[encoding];
 }
 
 // The component's own answer, through the host tool.
 function assist(...args) {
-  const out = execFileSync(ASSIST, [...args, '--json'], { encoding: 'utf8' });
-  return JSON.parse(out);
+  return JSON.parse(execFileSync(ASSIST, [...args, '--json'], { encoding: 'utf8' }));
 }
 
-// Member names as the component lists them (`Name(` for methods), without the `(`.
-function assistMembers(className, ...options) {
-  const answer = assist('members', className, ...options);
-  if (!answer.list) return [];
-  return answer.list.split(',').filter(Boolean).map((entry) => entry.split('\t')[0].replace(/\($/, ''));
+// Member names (without the `(` of methods) or class names as the component lists them.
+function assistList(...args) {
+  return (assist(...args).list || '').split(',').filter(Boolean).map((entry) => entry.split('\t')[0].replace(/\($/, '')).sort();
 }
 
-function assistSignature(className, method, argument) {
-  const answer = argument === undefined ? assist('signature', className, method) : assist('signature', className, method, String(argument));
-  return answer;
-}
-
-function assistClasses(prefix) {
-  const answer = assist('classes', prefix);
-  return answer.list ? answer.list.split(',').filter(Boolean) : [];
-}
-
-// A new folder under the system's temporary folder, removed when the test file ends.
-// The default prefix holds a space, so that paths must be percent-encoded in URIs.
+// A new folder, removed when the test file ends; the space in its name must be
+// percent-encoded in URIs.
 const tempDirs = [];
-process.on('exit', () => {
-  for (const dir of tempDirs) fs.rmSync(dir, { recursive: true, force: true });
-});
-function tempDir(prefix = 'vantle lsp ') {
-  const dir = fs.mkdtempSync(path.join(os.tmpdir(), prefix));
+process.on('exit', () => tempDirs.forEach((dir) => fs.rmSync(dir, { recursive: true, force: true })));
+function tempDir() {
+  const dir = fs.mkdtempSync(path.join(os.tmpdir(), 'vantle lsp '));
   tempDirs.push(dir);
   return dir;
 }
 
-function uriOf(file) {
-  return pathToFileURL(file).href;
+const uriOf = (file) => pathToFileURL(file).href;
+let documents = 0;
+const docUri = () => uriOf(path.join(os.tmpdir(), `vantle-doc-${process.pid}-${++documents}.txt`));
+
+// The text a one-line location selects in its file, without quotes.
+function textAt({ uri, range }) {
+  const lines = fs.readFileSync(fileURLToPath(uri), 'utf8').split('\n');
+  assert.equal(range.start.line, range.end.line, 'a one-line range');
+  return lines[range.start.line].slice(range.start.character, range.end.character).replace(/^"|"$/g, '');
 }
 
-// Text of the whole document where a location points, for checking definitions.
-function textAt(uri, range) {
-  const text = fs.readFileSync(fileURLToPath(uri), 'utf8');
-  const lines = text.split(/\r\n|\n|\r/);
-  if (range.start.line !== range.end.line) throw new Error(`expected a one-line range, got ${JSON.stringify(range)}`);
-  return lines[range.start.line].slice(range.start.character, range.end.character);
-}
-
-// Locations of a definition answer, whatever its form (Location, Location[],
-// LocationLink[]).
-function locations(result) {
-  if (!result) return [];
-  const list = Array.isArray(result) ? result : [result];
-  return list.map((l) => ('targetUri' in l ? { uri: l.targetUri, range: l.targetSelectionRange || l.targetRange } : l));
-}
-
-// The text a client inserts for a completion item at `line`/`character` of a
-// one-line document: textEdit when given, otherwise insertText or label over the
-// identifier left of the cursor (letters, digits, `_`, a leading `%`).
-function applyCompletion(lineText, character, item) {
-  let start = character;
-  let end = character;
-  let newText;
-  if (item.textEdit) {
-    const range = item.textEdit.range || item.textEdit.replace;
-    start = range.start.character;
-    end = range.end.character;
-    newText = item.textEdit.newText;
-  } else {
-    while (start > 0 && /[A-Za-z0-9_]/.test(lineText[start - 1])) start--;
-    if (start > 0 && lineText[start - 1] === '%') start--;
-    newText = item.insertText !== undefined && item.insertText !== null ? item.insertText : item.label;
-  }
-  return lineText.slice(0, start) + newText + lineText.slice(end);
-}
-
-// Asserts two lists of names hold the same names, naming the ones that differ.
-function assertSameNames(actual, expected, what) {
-  const extra = actual.filter((name) => !expected.includes(name));
-  const missing = expected.filter((name) => !actual.includes(name));
-  if (extra.length || missing.length || actual.length !== expected.length) {
-    throw new Error(`${what}: ${extra.length ? `not expected: ${extra.join(' ')}; ` : ''}${missing.length ? `missing: ${missing.join(' ')}; ` : ''}got ${actual.join(' ')}`);
-  }
-}
-
-function markdown(hover) {
-  if (!hover) return null;
-  const { contents } = hover;
-  if (typeof contents === 'string') return contents;
-  if (Array.isArray(contents)) return contents.map((c) => (typeof c === 'string' ? c : c.value)).join('\n');
-  return contents.value;
-}
+const hoverText = (hover) => (hover ? hover.contents.value : null);
 
 module.exports = {
-  SERVER,
-  ASSIST,
-  SOURCE_DIR,
-  TIMEOUT,
-  Server,
-  RawServer,
-  withServer,
-  withRaw,
-  cursor,
-  positionAt,
-  units,
-  assist,
-  assistMembers,
-  assistSignature,
-  assistClasses,
-  tempDir,
-  uriOf,
-  textAt,
-  locations,
-  applyCompletion,
-  markdown,
-  assertSameNames,
-  eventually,
-  sleep,
-  withTimeout,
-  rpc,
-  fileURLToPath,
+  SOURCE_DIR, Server, RawServer, withServer, withRaw, using, eventually, cursor, units, assist, assistList,
+  tempDir, uriOf, docUri, textAt, hoverText, fileURLToPath, assert,
 };

@@ -230,6 +230,17 @@ class RawServer extends Child {
     this.notify('initialized', {});
     return response;
   }
+
+  // Waits until the dictionary has loaded: a workspace symbol query finds `query`.
+  ready(query = 'Order') {
+    let asked = 0;
+    return eventually(async () => {
+      const id = `ready-${asked++}`;
+      this.request(id, 'workspace/symbol', { query });
+      const { result } = await this.response(id);
+      return Array.isArray(result) && result.length > 0;
+    }, `the dictionary loaded (a symbol ${query})`);
+  }
 }
 
 // Runs `body(server)` and always ends the server; the first failure of the two is thrown.

@@ -4,6 +4,7 @@
 #include <exception>
 #include <new>
 
+#include "class_tree_builder.h"
 #include "dictionary_file.h"
 #include "dictionary_messages.h"
 #include "dictionary_reader.h"
@@ -19,12 +20,22 @@ DictionaryLoadResult Failure(HRESULT status, std::string message) {
     return result;
 }
 
+// The exact reader's dictionary in the tree's compact form.
+DictionaryLoadResult Compacted(DictionaryLoadResult result, std::string_view sourceName) {
+    if (FAILED(result.status) || result.dictionary == nullptr) return result;
+    result.tree = ClassTreeFromDictionary(*result.dictionary);
+    result.dictionary.reset();
+    if (result.tree == nullptr) return Failure(E_FAIL, messages::Failed(sourceName, "the dictionary does not compact"));
+    return result;
+}
+
 }  // namespace
 
 DictionaryLoadResult LoadDictionaryText(std::string_view json, std::string_view sourceName) {
     try {
         if (json.size() > kLargestDictionaryBytes) return Failure(E_OUTOFMEMORY, messages::TooLarge(sourceName));
-        return ReadDictionaryText(json, sourceName);
+        DictionaryLoadResult result = ReadDictionaryText(json, sourceName);
+        return Compacted(std::move(result), sourceName);
     } catch (const std::bad_alloc&) {
         return Failure(E_OUTOFMEMORY, messages::OutOfMemoryLoading(sourceName));
     } catch (const std::exception& error) {

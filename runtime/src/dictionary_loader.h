@@ -20,6 +20,7 @@
 #include <string_view>
 #include <vector>
 
+#include "class_tree.h"
 #include "dictionary_model.h"
 #include "kesto/com.h"
 
@@ -32,7 +33,8 @@ struct DictionaryLoadResult {
     HRESULT status = S_OK;
     std::string message;                // UTF-8; the first of `problems`, empty on success
     std::vector<std::string> problems;  // at least one on failure, none on success
-    std::shared_ptr<Dictionary> dictionary;  // set exactly on success
+    std::shared_ptr<Dictionary> dictionary;  // the exact reader's, on its success; the loader drops it
+    std::shared_ptr<ClassTree> tree;         // set exactly on success
 };
 
 // `sourceName` stands for the file in messages.

@@ -109,7 +109,7 @@ bool ParseKeywordQuery(std::u16string_view query, NodeKind kind, std::vector<Key
     return true;
 }
 
-std::u16string_view MemberKeywordValue(const Dictionary& dictionary, const MemberRecord& member, Keyword keyword) {
+std::u16string_view MemberKeywordValue(const ClassTree& dictionary, const MemberEntry& member, Keyword keyword) {
     switch (keyword) {
         case Keyword::kName:
             return dictionary.Text(member.name);
@@ -120,19 +120,19 @@ std::u16string_view MemberKeywordValue(const Dictionary& dictionary, const Membe
         case Keyword::kType:
             return dictionary.Text(member.type);
         case Keyword::kClassMethod:
-            return Flag(member.classMethod);
+            return Flag((member.flags & kFlagClassMethod) != 0);
         case Keyword::kInternal:
-            return Flag(member.internal);
+            return Flag((member.flags & kFlagInternal) != 0);
         case Keyword::kFormalSpec:
             return dictionary.Text(member.formalSpec);
         case Keyword::kPrivate:
-            return Flag(member.isPrivate);
+            return Flag((member.flags & kFlagPrivate) != 0);
         case Keyword::kCardinality:
             return dictionary.Text(member.cardinality);
         case Keyword::kCollection:
             return dictionary.Text(member.collection);
         case Keyword::kRelationship:
-            return Flag(member.relationship);
+            return Flag((member.flags & kFlagRelationship) != 0);
         case Keyword::kClassType:
         case Keyword::kUnknown:
             break;
@@ -140,8 +140,8 @@ std::u16string_view MemberKeywordValue(const Dictionary& dictionary, const Membe
     return {};
 }
 
-std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_t cls, Keyword keyword) {
-    const ClassRecord& record = dictionary.Class(cls);
+std::u16string_view ClassKeywordValue(const ClassTree& dictionary, std::uint32_t cls, Keyword keyword) {
+    const ClassEntry& record = dictionary.Class(cls);
     switch (keyword) {
         case Keyword::kName:
         case Keyword::kOrigin:
@@ -156,13 +156,13 @@ std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_
     return {};
 }
 
-std::shared_ptr<const PackedAnswers> PackAnswers(const Dictionary& dictionary, const MemberList& members,
+std::shared_ptr<const PackedAnswers> PackAnswers(const ClassTree& dictionary, std::span<const std::uint32_t> members,
                                                  const std::vector<Keyword>& query) {
     auto packed = std::make_shared<PackedAnswers>();
     packed->entries.reserve(members.size());
     std::u16string& text = packed->text;
     for (std::uint32_t index : members) {
-        const MemberRecord& member = dictionary.Member(index);
+        const MemberEntry& member = dictionary.Member(index);
         const std::size_t start = text.size();
         text.append(dictionary.Text(member.name));
         const std::size_t answerStart = text.size();

@@ -167,12 +167,12 @@ MemberSpan ClassTree::Members(const std::shared_ptr<const ClassTree>& self, std:
     return {slot, std::span<const std::uint32_t>(*slot)};
 }
 
-std::shared_ptr<const PackedAnswers> ClassTree::FindAnswers(const std::string& key) const {
+std::shared_ptr<const TreeAnswers> ClassTree::FindAnswers(const std::string& key) const {
     auto found = answers_.find(key);
     return found == answers_.end() ? nullptr : found->second;
 }
 
-void ClassTree::KeepAnswers(std::string key, std::shared_ptr<const PackedAnswers> answers) const {
+void ClassTree::KeepAnswers(std::string key, std::shared_ptr<const TreeAnswers> answers) const {
     const std::size_t bytes = answers->Bytes();
     if (answerBytes_ + bytes > kKeptAnswerBytes) {
         answers_.clear();

@@ -24,6 +24,7 @@
 
 #include "class_tree_format.h"
 #include "dictionary_model.h"
+#include "tnode_answers.h"
 
 namespace kesto {
 
@@ -97,8 +98,8 @@ public:
     // member, the inherited switch and the query; all dropped when they pass
     // kKeptAnswerBytes (whoever holds one keeps it alive).
     static constexpr std::size_t kKeptAnswerBytes = 64u << 20;
-    std::shared_ptr<const PackedAnswers> FindAnswers(const std::string& key) const;
-    void KeepAnswers(std::string key, std::shared_ptr<const PackedAnswers> answers) const;
+    std::shared_ptr<const TreeAnswers> FindAnswers(const std::string& key) const;
+    void KeepAnswers(std::string key, std::shared_ptr<const TreeAnswers> answers) const;
 
     void DropCaches() const {
         merged_.clear();
@@ -125,7 +126,7 @@ private:
     std::u16string source_;
 
     mutable std::unordered_map<std::uint64_t, std::shared_ptr<const std::vector<std::uint32_t>>> merged_;
-    mutable std::unordered_map<std::string, std::shared_ptr<const PackedAnswers>> answers_;
+    mutable std::unordered_map<std::string, std::shared_ptr<const TreeAnswers>> answers_;
     mutable std::size_t answerBytes_ = 0;
 };
 

@@ -27,7 +27,8 @@ bool LayoutFor(const TreeHeader& counts, TreeLayout* layout) {
         at = Align8(at + bytes);
     };
     place(&layout->textStarts, (std::uint64_t{counts.strings} + 1) * sizeof(std::uint32_t));
-    place(&layout->units, std::uint64_t{counts.units} * sizeof(char16_t));
+    // Spare units after the texts: a short text may be copied in one fixed move.
+    place(&layout->units, (std::uint64_t{counts.units} + kTreeSpareUnits) * sizeof(char16_t));
     place(&layout->classes, (std::uint64_t{counts.classes} + 1) * sizeof(ClassEntry));
     place(&layout->members, std::uint64_t{counts.members} * sizeof(MemberEntry));
     place(&layout->supers, std::uint64_t{counts.supers} * sizeof(std::uint32_t));

@@ -24,6 +24,8 @@ namespace kesto {
 
 inline constexpr char kTreeMagic[8] = {'K', 'S', 'T', 'T', 'R', 'E', 'E', '\0'};
 inline constexpr std::uint32_t kTreeFormatVersion = 1;
+// Units after the last text that any reader may read (they are zero).
+inline constexpr std::uint32_t kTreeSpareUnits = 32;
 
 // What the cache knows of the dictionary file a tree was read from.
 struct SourceStamp {
@@ -89,7 +91,7 @@ static_assert(sizeof(MemberEntry) == 36);
 // Where each section starts, in bytes from the start of the block.
 struct TreeLayout {
     std::size_t textStarts;  // uint32[strings + 1]: where each text starts in `units`
-    std::size_t units;       // char16_t[units]
+    std::size_t units;       // char16_t[units + kTreeSpareUnits]
     std::size_t classes;     // ClassEntry[classes + 1]
     std::size_t members;     // MemberEntry[members]
     std::size_t supers;      // uint32[supers]: class indices

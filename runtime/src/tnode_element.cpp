@@ -81,7 +81,7 @@ HRESULT TNodeElement::OpenChildren(CBSTR childKind, CBSTR keywordQuery, int incl
         if (!ParseKeywordQuery(ViewOf(keywordQuery), NodeKindOf(kind), &query)) return E_INVALIDARG;
         const bool inherited = includeInherited != 0;
         std::string key = AnswersKey(class_, kind, inherited, query);
-        std::shared_ptr<const PackedAnswers> answers = dictionary_->FindAnswers(key);
+        std::shared_ptr<const TreeAnswers> answers = dictionary_->FindAnswers(key);
         if (answers == nullptr) {
             answers = PackAnswers(*dictionary_, dictionary_->Members(dictionary_, class_, kind, inherited).items, query);
             dictionary_->KeepAnswers(std::move(key), answers);

@@ -1,6 +1,8 @@
 // Keyword subscripts and pieces.
 #include "tnode_keywords.h"
 
+#include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "bstr_padded.h"
@@ -13,18 +15,46 @@ constexpr std::u16string_view kTrue = u"1";
 
 std::u16string_view Flag(bool value) { return value ? kTrue : kFalse; }
 
-// Appends one piece holding `text`.
-void AppendPiece(std::u16string& out, std::u16string_view text) {
-    char16_t digits[12];
-    int count = 0;
+std::size_t DigitsOf(std::size_t n) {
+    std::size_t digits = 1;
+    while (n >= 10) {
+        n /= 10;
+        ++digits;
+    }
+    return digits;
+}
+
+// Copies `text` to `out`; returns where it ends.
+char16_t* CopyText(char16_t* out, std::u16string_view text) {
+    if (!text.empty()) std::memcpy(out, text.data(), text.size() * sizeof(char16_t));
+    return out + text.size();
+}
+
+static_assert(kTreeSpareUnits >= kPaddedCopyUnits);
+
+// The same for a text of the tree, which has kPaddedCopyUnits readable units past
+// any text, into room that has as many: a short one (most names) goes in one fixed
+// move, with no branch on its length.
+char16_t* CopyTreeText(char16_t* out, std::u16string_view text) {
+    if (text.size() <= kPaddedCopyUnits) {
+        std::memcpy(out, text.data(), kPaddedCopyUnits * sizeof(char16_t));
+    } else {
+        std::memcpy(out, text.data(), text.size() * sizeof(char16_t));
+    }
+    return out + text.size();
+}
+
+// Writes one piece holding `text` at `out`; returns where it ends.
+char16_t* WritePiece(char16_t* out, std::u16string_view text) {
+    const std::size_t digits = DigitsOf(text.size());
     std::size_t length = text.size();
-    do {
-        digits[count++] = static_cast<char16_t>(u'0' + length % 10);
+    for (std::size_t d = digits; d > 0; --d) {
+        out[d - 1] = static_cast<char16_t>(u'0' + length % 10);
         length /= 10;
-    } while (length > 0);
-    while (count > 0) out.push_back(digits[--count]);
-    out.push_back(u':');
-    out.append(text);
+    }
+    out += digits;
+    *out++ = u':';
+    return CopyText(out, text);
 }
 
 }  // namespace
@@ -156,23 +186,41 @@ std::u16string_view ClassKeywordValue(const ClassTree& dictionary, std::uint32_t
     return {};
 }
 
-std::shared_ptr<const PackedAnswers> PackAnswers(const ClassTree& dictionary, std::span<const std::uint32_t> members,
+std::shared_ptr<const TreeAnswers> PackAnswers(const ClassTree& dictionary, std::span<const std::uint32_t> members,
                                                  const std::vector<Keyword>& query) {
-    auto packed = std::make_shared<PackedAnswers>();
-    packed->entries.reserve(members.size());
-    std::u16string& text = packed->text;
-    for (std::uint32_t index : members) {
-        const MemberEntry& member = dictionary.Member(index);
-        const std::size_t start = text.size();
-        text.append(dictionary.Text(member.name));
-        const std::size_t answerStart = text.size();
-        for (Keyword keyword : query) AppendPiece(text, MemberKeywordValue(dictionary, member, keyword));
-        // Places are 32-bit; answers that outgrew them are as good as out of memory.
-        if (text.size() > 0xFFFFFFFFu) throw std::bad_alloc();
-        packed->entries.push_back({static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(answerStart - start),
-                                   static_cast<std::uint32_t>(text.size() - answerStart)});
+    // Two passes: the first finds every piece and the exact length, the second
+    // writes through a plain pointer. Growing the text piece by piece cost more than
+    // the copying itself (a capacity check and a branch per unit of a length).
+    auto packed = std::make_shared<TreeAnswers>();
+    const std::size_t pieces = query.size();
+    std::vector<std::u16string_view> values(members.size() * pieces);
+    std::size_t units = 0;
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        const MemberEntry& member = dictionary.Member(members[i]);
+        units += dictionary.Text(member.name).size();
+        for (std::size_t q = 0; q < pieces; ++q) {
+            const std::u16string_view value = MemberKeywordValue(dictionary, member, query[q]);
+            values[i * pieces + q] = value;
+            units += DigitsOf(value.size()) + 1 + value.size();
+        }
     }
-    text.append(kPaddedCopyUnits, u'\0');
+    // Places are 32-bit; answers that outgrew them are as good as out of memory.
+    if (units > 0xFFFFFFFFu) throw std::bad_alloc();
+    packed->units = units + kPaddedCopyUnits;
+    packed->text.reset(new char16_t[packed->units]);
+    char16_t* const text = packed->text.get();
+    std::fill(text + units, text + packed->units, u'\0');
+    packed->entries.resize(members.size());
+    char16_t* out = text;
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        const std::u16string_view name = dictionary.MemberName(members[i]);
+        char16_t* const start = out;
+        out = CopyTreeText(out, name);
+        char16_t* const answer = out;
+        for (std::size_t q = 0; q < pieces; ++q) out = WritePiece(out, values[i * pieces + q]);
+        packed->entries[i] = {static_cast<std::uint32_t>(start - text),
+                              static_cast<std::uint32_t>(answer - start), static_cast<std::uint32_t>(out - answer)};
+    }
     return packed;
 }
 

@@ -50,7 +50,7 @@ std::u16string_view ClassKeywordValue(const ClassTree& tree, std::uint32_t cls, 
 
 // The names and answers to `query` (one piece per keyword, in query order) of
 // `members`, in their order.
-std::shared_ptr<const PackedAnswers> PackAnswers(const ClassTree& tree, std::span<const std::uint32_t> members,
+std::shared_ptr<const TreeAnswers> PackAnswers(const ClassTree& tree, std::span<const std::uint32_t> members,
                                                  const std::vector<Keyword>& query);
 
 }  // namespace kesto

@@ -76,12 +76,12 @@ private:
 
 class TNodeCollection final : public RefCounted<Exposes<COM_IStringCollection, COM_IID_IStringCollection>> {
 public:
-    explicit TNodeCollection(std::shared_ptr<const PackedAnswers> answers) : answers_(std::move(answers)) {}
+    explicit TNodeCollection(std::shared_ptr<const TreeAnswers> answers) : answers_(std::move(answers)) {}
 
     HRESULT Next(BSTR* name, BSTR* values) override;
 
 private:
-    std::shared_ptr<const PackedAnswers> answers_;  // shared with the dictionary's cache
+    std::shared_ptr<const TreeAnswers> answers_;  // shared with the dictionary's cache
     std::size_t next_ = 0;
 };
 

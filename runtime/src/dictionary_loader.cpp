@@ -5,6 +5,7 @@
 #include <new>
 
 #include "class_tree_builder.h"
+#include "dictionary_fast_reader.h"
 #include "dictionary_file.h"
 #include "dictionary_messages.h"
 #include "dictionary_reader.h"
@@ -34,6 +35,13 @@ DictionaryLoadResult Compacted(DictionaryLoadResult result, std::string_view sou
 DictionaryLoadResult LoadDictionaryText(std::string_view json, std::string_view sourceName) {
     try {
         if (json.size() > kLargestDictionaryBytes) return Failure(E_OUTOFMEMORY, messages::TooLarge(sourceName));
+        // Well-formed text takes the fast path; anything it declines, the exact
+        // reader reads again from the start and words the problems.
+        if (std::shared_ptr<ClassTree> tree = ReadDictionaryFast(json)) {
+            DictionaryLoadResult result;
+            result.tree = std::move(tree);
+            return result;
+        }
         DictionaryLoadResult result = ReadDictionaryText(json, sourceName);
         return Compacted(std::move(result), sourceName);
     } catch (const std::bad_alloc&) {

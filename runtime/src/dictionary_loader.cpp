@@ -5,6 +5,7 @@
 #include <new>
 
 #include "class_tree_builder.h"
+#include "class_tree_cache.h"
 #include "dictionary_fast_reader.h"
 #include "dictionary_file.h"
 #include "dictionary_messages.h"
@@ -30,17 +31,21 @@ DictionaryLoadResult Compacted(DictionaryLoadResult result, std::string_view sou
     return result;
 }
 
-}  // namespace
+DictionaryLoadResult Loaded(std::shared_ptr<ClassTree> tree) {
+    DictionaryLoadResult result;
+    result.tree = std::move(tree);
+    return result;
+}
 
-DictionaryLoadResult LoadDictionaryText(std::string_view json, std::string_view sourceName) {
+// The text through the fast path unless it is known to decline (`fast` false),
+// then the exact reader.
+DictionaryLoadResult LoadText(std::string_view json, std::string_view sourceName, bool fast) {
     try {
         if (json.size() > kLargestDictionaryBytes) return Failure(E_OUTOFMEMORY, messages::TooLarge(sourceName));
         // Well-formed text takes the fast path; anything it declines, the exact
         // reader reads again from the start and words the problems.
-        if (std::shared_ptr<ClassTree> tree = ReadDictionaryFast(json)) {
-            DictionaryLoadResult result;
-            result.tree = std::move(tree);
-            return result;
+        if (fast) {
+            if (std::shared_ptr<ClassTree> tree = ReadDictionaryFast(json)) return Loaded(std::move(tree));
         }
         DictionaryLoadResult result = ReadDictionaryText(json, sourceName);
         return Compacted(std::move(result), sourceName);
@@ -51,12 +56,24 @@ DictionaryLoadResult LoadDictionaryText(std::string_view json, std::string_view 
     }
 }
 
+}  // namespace
+
+DictionaryLoadResult LoadDictionaryText(std::string_view json, std::string_view sourceName) {
+    return LoadText(json, sourceName, true);
+}
+
 DictionaryLoadResult LoadDictionaryFile(const std::string& path) {
+    try {
+        if (std::shared_ptr<ClassTree> tree = LoadClassTreeFile(path)) return Loaded(std::move(tree));
+    } catch (const std::bad_alloc&) {
+        return Failure(E_OUTOFMEMORY, messages::OutOfMemoryLoading(path));
+    }
+    // The file as a whole, for the exact reader: the fast path had it already.
     std::string text;
     std::string message;
     const HRESULT status = ReadDictionaryFile(path, &text, &message);
     if (FAILED(status)) return Failure(status, std::move(message));
-    return LoadDictionaryText(text, path);
+    return LoadText(text, path, false);
 }
 
 }  // namespace kesto

@@ -210,7 +210,10 @@ std::shared_ptr<ClassTree> BuildClassTree(DraftTree& draft) {
     for (std::uint32_t c = 0; c <= classCount; ++c) {
         ClassEntry entry = c < classCount ? draft.classes[c] : ClassEntry{};
         entry.supers = draft.superStarts[c];
-        for (int k = 0; k < kMemberKindCount; ++k) entry.own[k] = ownStarts[std::size_t{c} * kMemberKindCount + static_cast<std::size_t>(k)];
+        // The closing entry only ends the lists: each of its starts is the total.
+        for (int k = 0; k < kMemberKindCount; ++k)
+            entry.own[k] = ownStarts[std::min(std::size_t{c} * kMemberKindCount + static_cast<std::size_t>(k),
+                                              ownStarts.size() - 1)];
         classes[c] = entry;
     }
     if (memberCount > 0) std::memcpy(block + layout.members, draft.members.data(), memberCount * sizeof(MemberEntry));

@@ -79,7 +79,10 @@ bool ValidateTreeBlock(const void* raw, std::size_t size, bool checkHash) {
     const auto* own = At<std::uint32_t>(block, layout.own);
     const auto* byName = At<std::uint32_t>(block, layout.byName);
     const ClassEntry& closing = classes[header.classes];
-    if (closing.supers != header.supers || closing.own[0] != header.own) return false;
+    if (closing.supers != header.supers) return false;
+    for (std::uint32_t end : closing.own) {
+        if (end != header.own) return false;
+    }
     std::uint32_t supersAt = 0;
     std::uint32_t ownAt = 0;
     for (std::uint32_t c = 0; c <= header.classes; ++c) {

@@ -230,6 +230,7 @@ TEST_F(TreeCache, ADamagedOrTruncatedCacheIsNeverTrustedAndIsWrittenAnew) {
     struct Damage {
         const char* what;
         std::string bytes;
+        std::size_t offset = 0;
     };
     std::vector<Damage> damages = {{"empty", ""}, {"header only", good.substr(0, 96)},
                                    {"half", good.substr(0, good.size() / 2)}, {"one byte short", good.substr(0, good.size() - 1)},
@@ -238,12 +239,12 @@ TEST_F(TreeCache, ADamagedOrTruncatedCacheIsNeverTrustedAndIsWrittenAnew) {
                                good.size() / 3, good.size() - 1}) {
         std::string flipped = good;
         flipped[offset] = static_cast<char>(flipped[offset] ^ 0x41);
-        damages.push_back({"flipped byte", flipped});
+        damages.push_back({"flipped byte", flipped, offset});
     }
     for (const Damage& damage : damages) {
         Write(cache, damage.bytes);
-        EXPECT_TRUE(LoadPath(dictionary_) == exact) << damage.what;
-        EXPECT_TRUE(ReadFile(cache) == good) << damage.what << ": written anew";
+        EXPECT_TRUE(LoadPath(dictionary_) == exact) << damage.what << " " << damage.offset;
+        EXPECT_TRUE(ReadFile(cache) == good) << damage.what << " " << damage.offset << " of " << good.size() << ": written anew";
     }
 }
 

@@ -7,12 +7,15 @@
 // with one piece per queried keyword, inherited listings include the own members,
 // every origin names a loaded class, and the own members of all classes add up to
 // the member count. Nodes taken from the earlier tree must go on answering.
+#include <stdlib.h>
+
 #include <algorithm>
 #include <set>
 #include <vector>
 
 #include "AssistService.h"
 #include "FuzzSupport.h"
+#include "TreeDump.h"
 
 
 namespace {
@@ -183,6 +186,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     } else {
         FUZZ_CHECK(hr == S_OK && message.get() == nullptr, "a successful load left a message");
         CheckLoadedTree(manager.get());
+    }
+
+    // The fast reader answers exactly as the exact reader does, or leaves the text
+    // to it: same status, same message, same tree.
+    {
+        setenv("KESTO_DICTIONARY_READER", "exact", 1);
+        kesto::Ref<COM_ITNodeManager> exact = NewTree();
+        kesto::String exactMessage;
+        const HRESULT exactStatus = exact->LoadDictionaryBuffer(reinterpret_cast<const char*>(data), size,
+                                                                sourceName.c_str(), exactMessage.out());
+        unsetenv("KESTO_DICTIONARY_READER");
+        FUZZ_CHECK(exactStatus == hr && UnitsOf(exactMessage) == UnitsOf(message),
+                   "the fast and the exact reader disagree on the outcome");
+        if (SUCCEEDED(hr))
+            FUZZ_CHECK(DumpTree(exact.get()) == DumpTree(manager.get()),
+                       "the fast and the exact reader build different trees");
     }
 
     // A node of the earlier tree still answers from it.

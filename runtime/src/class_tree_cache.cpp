@@ -12,7 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
+#include <algorithm>
+#include <thread>
 
 #include "dictionary_fast_reader.h"
 #include "dictionary_loader.h"
@@ -48,24 +49,23 @@ SourceStamp StampOf(const struct stat& status) {
     return stamp;
 }
 
-// XXH3-64 of the whole file, read in blocks: nothing of it stays in memory.
-bool HashFile(int fd, std::uint64_t* hash) {
+// XXH3-64 of the whole file, mapped a window at a time: the pages are hashed where
+// they lie (no copy), and no more than one window is ever resident.
+bool HashFile(int fd, std::uint64_t size, std::uint64_t* hash) {
+    constexpr std::uint64_t kWindow = std::uint64_t{32} << 20;  // a multiple of any page size
     XXH3_state_t* state = XXH3_createState();
     if (state == nullptr) return false;
     XXH3_64bits_reset(state);
-    std::vector<char> buffer(std::size_t{1} << 20);
-    off_t at = 0;
     bool ok = true;
-    for (;;) {
-        const ssize_t got = pread(fd, buffer.data(), buffer.size(), at);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
+    for (std::uint64_t at = 0; at < size && ok; at += kWindow) {
+        const auto length = static_cast<std::size_t>(std::min(kWindow, size - at));
+        void* window = mmap(nullptr, length, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, static_cast<off_t>(at));
+        if (window == MAP_FAILED) {
             ok = false;
             break;
         }
-        if (got == 0) break;
-        XXH3_64bits_update(state, buffer.data(), static_cast<std::size_t>(got));
-        at += got;
+        XXH3_64bits_update(state, window, length);
+        munmap(window, length);
     }
     *hash = XXH3_64bits_digest(state);
     XXH3_freeState(state);
@@ -87,12 +87,16 @@ std::shared_ptr<ClassTree> FromCache(const std::string& cachePath, int dictionar
     if (header.source.size != stamp.size || header.source.mtimeNs != stamp.mtimeNs ||
         header.source.inode != stamp.inode || header.source.device != stamp.device)
         return nullptr;
-    void* block = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd.get(), 0);
-    if (block == MAP_FAILED) return nullptr;
+    // The dictionary is hashed on a second thread while this one checks the block:
+    // together they are most of a later start.
     std::uint64_t contentHash = 0;
-    if (!ValidateTreeBlock(block, size, true) || !HashFile(dictionaryFd, &contentHash) ||
-        contentHash != header.source.contentHash) {
-        munmap(block, size);
+    bool hashed = false;
+    std::thread hashing([&] { hashed = HashFile(dictionaryFd, stamp.size, &contentHash); });
+    void* block = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd.get(), 0);
+    const bool sound = block != MAP_FAILED && ValidateTreeBlock(block, size, true);
+    hashing.join();
+    if (!sound || !hashed || contentHash != header.source.contentHash) {
+        if (block != MAP_FAILED) munmap(block, size);
         return nullptr;
     }
     return std::make_shared<ClassTree>(block, size, &Unmap);

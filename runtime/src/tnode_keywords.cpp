@@ -10,12 +10,17 @@
 namespace kesto {
 namespace {
 
-constexpr std::u16string_view kFalse = u"0";
-constexpr std::u16string_view kTrue = u"1";
+// The answers that are not texts of the tree, with as many readable units after
+// them as the tree's texts have, so that every answer may be copied alike.
+constexpr char16_t kSpareZeros[kTreeSpareUnits + 1] = {};
+constexpr char16_t kFlagUnits[2][kTreeSpareUnits + 1] = {{u'0'}, {u'1'}};
+constexpr std::u16string_view kNoAnswer(kSpareZeros, 0);
 
-std::u16string_view Flag(bool value) { return value ? kTrue : kFalse; }
+std::u16string_view Flag(bool value) { return std::u16string_view(kFlagUnits[value ? 1 : 0], 1); }
 
 std::size_t DigitsOf(std::size_t n) {
+    if (n < 10) return 1;
+    if (n < 100) return 2;
     std::size_t digits = 1;
     while (n >= 10) {
         n /= 10;
@@ -24,17 +29,12 @@ std::size_t DigitsOf(std::size_t n) {
     return digits;
 }
 
-// Copies `text` to `out`; returns where it ends.
-char16_t* CopyText(char16_t* out, std::u16string_view text) {
-    if (!text.empty()) std::memcpy(out, text.data(), text.size() * sizeof(char16_t));
-    return out + text.size();
-}
-
 static_assert(kTreeSpareUnits >= kPaddedCopyUnits);
 
-// The same for a text of the tree, which has kPaddedCopyUnits readable units past
-// any text, into room that has as many: a short one (most names) goes in one fixed
-// move, with no branch on its length.
+// Copies a text of the tree (or one of the answers above), which has
+// kPaddedCopyUnits readable units past its end, into room that has as many: a short
+// one (most names and answers) goes in one fixed move, with no branch on its
+// length. Returns where the text ends.
 char16_t* CopyTreeText(char16_t* out, std::u16string_view text) {
     if (text.size() <= kPaddedCopyUnits) {
         std::memcpy(out, text.data(), kPaddedCopyUnits * sizeof(char16_t));
@@ -54,7 +54,7 @@ char16_t* WritePiece(char16_t* out, std::u16string_view text) {
     }
     out += digits;
     *out++ = u':';
-    return CopyText(out, text);
+    return CopyTreeText(out, text);
 }
 
 }  // namespace
@@ -167,7 +167,7 @@ std::u16string_view MemberKeywordValue(const ClassTree& dictionary, const Member
         case Keyword::kUnknown:
             break;
     }
-    return {};
+    return kNoAnswer;
 }
 
 std::u16string_view ClassKeywordValue(const ClassTree& dictionary, std::uint32_t cls, Keyword keyword) {
@@ -183,44 +183,47 @@ std::u16string_view ClassKeywordValue(const ClassTree& dictionary, std::uint32_t
         default:
             break;
     }
-    return {};
+    return kNoAnswer;
 }
 
 std::shared_ptr<const TreeAnswers> PackAnswers(const ClassTree& dictionary, std::span<const std::uint32_t> members,
                                                  const std::vector<Keyword>& query) {
-    // Two passes: the first finds every piece and the exact length, the second
-    // writes through a plain pointer. Growing the text piece by piece cost more than
-    // the copying itself (a capacity check and a branch per unit of a length).
+    // One pass, writing through a plain pointer into room that is checked once per
+    // member, not per unit: a walk over the members in name order reads their
+    // records out of order, so a second pass would pay those reads twice.
     auto packed = std::make_shared<TreeAnswers>();
-    const std::size_t pieces = query.size();
-    std::vector<std::u16string_view> values(members.size() * pieces);
-    std::size_t units = 0;
+    std::size_t room = members.size() * 24 + 2 * kPaddedCopyUnits;
+    std::unique_ptr<char16_t[]> text(new char16_t[room]);
+    std::size_t used = 0;
+    packed->entries.resize(members.size());
     for (std::size_t i = 0; i < members.size(); ++i) {
         const MemberEntry& member = dictionary.Member(members[i]);
-        units += dictionary.Text(member.name).size();
-        for (std::size_t q = 0; q < pieces; ++q) {
-            const std::u16string_view value = MemberKeywordValue(dictionary, member, query[q]);
-            values[i * pieces + q] = value;
-            units += DigitsOf(value.size()) + 1 + value.size();
+        const std::u16string_view name = dictionary.Text(member.name);
+        std::size_t need = name.size() + kPaddedCopyUnits;
+        for (Keyword keyword : query) {
+            const std::size_t length = MemberKeywordValue(dictionary, member, keyword).size();
+            need += DigitsOf(length) + 1 + length;
         }
-    }
-    // Places are 32-bit; answers that outgrew them are as good as out of memory.
-    if (units > 0xFFFFFFFFu) throw std::bad_alloc();
-    packed->units = units + kPaddedCopyUnits;
-    packed->text.reset(new char16_t[packed->units]);
-    char16_t* const text = packed->text.get();
-    std::fill(text + units, text + packed->units, u'\0');
-    packed->entries.resize(members.size());
-    char16_t* out = text;
-    for (std::size_t i = 0; i < members.size(); ++i) {
-        const std::u16string_view name = dictionary.MemberName(members[i]);
-        char16_t* const start = out;
-        out = CopyTreeText(out, name);
+        if (used + need > room) {
+            room = std::max(room * 2, used + need);
+            std::unique_ptr<char16_t[]> grown(new char16_t[room]);
+            std::copy(text.get(), text.get() + used, grown.get());
+            text = std::move(grown);
+        }
+        char16_t* const start = text.get() + used;
+        char16_t* out = CopyTreeText(start, name);
         char16_t* const answer = out;
-        for (std::size_t q = 0; q < pieces; ++q) out = WritePiece(out, values[i * pieces + q]);
-        packed->entries[i] = {static_cast<std::uint32_t>(start - text),
+        for (Keyword keyword : query) out = WritePiece(out, MemberKeywordValue(dictionary, member, keyword));
+        used = static_cast<std::size_t>(out - text.get());
+        // Places are 32-bit; answers that outgrew them are as good as out of memory.
+        if (used > 0xFFFFFFFFu) throw std::bad_alloc();
+        packed->entries[i] = {static_cast<std::uint32_t>(start - text.get()),
                               static_cast<std::uint32_t>(answer - start), static_cast<std::uint32_t>(out - answer)};
     }
+    // Room for the spare units is always left (see `need`); they are made zero.
+    std::fill(text.get() + used, text.get() + used + kPaddedCopyUnits, u'\0');
+    packed->units = room;
+    packed->text = std::move(text);
     return packed;
 }
 

@@ -106,8 +106,9 @@ std::shared_ptr<ClassTree> FromCache(const std::string& cachePath, int dictionar
 // so that a large file never stays in memory whole.
 class HashingProgress final : public ReadProgress {
 public:
-    HashingProgress(const char* text, std::size_t size) : text_(text), size_(size) {
-        state_ = XXH3_createState();
+    // Without `hash`, only lets the pages go (no cache will want the hash).
+    HashingProgress(const char* text, std::size_t size, bool hash) : text_(text), size_(size) {
+        if (hash) state_ = XXH3_createState();
         if (state_ != nullptr) XXH3_64bits_reset(state_);
     }
     ~HashingProgress() {
@@ -211,7 +212,7 @@ std::shared_ptr<ClassTree> LoadClassTreeFile(const std::string& path) {
     void* text = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd.get(), 0);
     if (text == MAP_FAILED) return nullptr;
     madvise(text, size, MADV_SEQUENTIAL);
-    HashingProgress progress(static_cast<const char*>(text), size);
+    HashingProgress progress(static_cast<const char*>(text), size, !cachePath.empty());
     std::shared_ptr<ClassTree> tree;
     try {
         tree = ReadDictionaryFast(std::string_view(static_cast<const char*>(text), size), &progress);

@@ -7,13 +7,14 @@
 #include <unistd.h>
 #include <xxhash.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <algorithm>
 #include <thread>
+#include <vector>
 
 #include "dictionary_fast_reader.h"
 #include "dictionary_loader.h"
@@ -49,23 +50,25 @@ SourceStamp StampOf(const struct stat& status) {
     return stamp;
 }
 
-// XXH3-64 of the whole file, mapped a window at a time: the pages are hashed where
-// they lie (no copy), and no more than one window is ever resident.
-bool HashFile(int fd, std::uint64_t size, std::uint64_t* hash) {
-    constexpr std::uint64_t kWindow = std::uint64_t{32} << 20;  // a multiple of any page size
+// XXH3-64 of the whole file, read in blocks: nothing of it stays in memory. Read,
+// not mapped: a file that shrinks meanwhile only ends the read early.
+bool HashFile(int fd, std::uint64_t* hash) {
     XXH3_state_t* state = XXH3_createState();
     if (state == nullptr) return false;
     XXH3_64bits_reset(state);
+    std::vector<char> buffer(std::size_t{1} << 20);
+    off_t at = 0;
     bool ok = true;
-    for (std::uint64_t at = 0; at < size && ok; at += kWindow) {
-        const auto length = static_cast<std::size_t>(std::min(kWindow, size - at));
-        void* window = mmap(nullptr, length, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, static_cast<off_t>(at));
-        if (window == MAP_FAILED) {
+    for (;;) {
+        const ssize_t got = pread(fd, buffer.data(), buffer.size(), at);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) {
             ok = false;
             break;
         }
-        XXH3_64bits_update(state, window, length);
-        munmap(window, length);
+        if (got == 0) break;
+        XXH3_64bits_update(state, buffer.data(), static_cast<std::size_t>(got));
+        at += got;
     }
     *hash = XXH3_64bits_digest(state);
     XXH3_freeState(state);
@@ -91,7 +94,7 @@ std::shared_ptr<ClassTree> FromCache(const std::string& cachePath, int dictionar
     // together they are most of a later start.
     std::uint64_t contentHash = 0;
     bool hashed = false;
-    std::thread hashing([&] { hashed = HashFile(dictionaryFd, stamp.size, &contentHash); });
+    std::thread hashing([&] { hashed = HashFile(dictionaryFd, &contentHash); });
     void* block = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd.get(), 0);
     const bool sound = block != MAP_FAILED && ValidateTreeBlock(block, size, true);
     hashing.join();
@@ -102,41 +105,71 @@ std::shared_ptr<ClassTree> FromCache(const std::string& cachePath, int dictionar
     return std::make_shared<ClassTree>(block, size, &Unmap);
 }
 
-// Hashes what the reader has finished with and lets those pages of the mapping go,
-// so that a large file never stays in memory whole.
-class HashingProgress final : public ReadProgress {
+// The dictionary read a block at a time into one reserved stretch of memory, for
+// the fast reader: each block is hashed as it comes in, and the pages the reader
+// has finished with are let go, so the file is never resident whole. Read, not
+// mapped: a file cut short while it is read (an editor saving in place) only ends
+// the text early, where a mapping would fault.
+class FileFeed final : public ReadFeed {
 public:
-    // Without `hash`, only lets the pages go (no cache will want the hash).
-    HashingProgress(const char* text, std::size_t size, bool hash) : text_(text), size_(size) {
+    FileFeed(int fd, std::size_t size, bool hash) : fd_(fd), size_(size) {
+        void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        text_ = memory == MAP_FAILED ? nullptr : static_cast<char*>(memory);
         if (hash) state_ = XXH3_createState();
         if (state_ != nullptr) XXH3_64bits_reset(state_);
     }
-    ~HashingProgress() {
+    ~FileFeed() {
+        if (text_ != nullptr) munmap(text_, size_);
         if (state_ != nullptr) XXH3_freeState(state_);
     }
-    HashingProgress(const HashingProgress&) = delete;
-    HashingProgress& operator=(const HashingProgress&) = delete;
+    FileFeed(const FileFeed&) = delete;
+    FileFeed& operator=(const FileFeed&) = delete;
+
+    const char* Text() const { return text_; }
+    std::size_t Loaded() const override { return loaded_; }
+
+    bool More() override {
+        if (text_ == nullptr || loaded_ >= size_ || failed_) return false;
+        const std::size_t want = std::min(kBlock, size_ - loaded_);
+        std::size_t got = 0;
+        while (got < want) {
+            const ssize_t read = pread(fd_, text_ + loaded_ + got, want - got, static_cast<off_t>(loaded_ + got));
+            if (read < 0 && errno == EINTR) continue;
+            if (read <= 0) {
+                failed_ = true;  // cut short or unreadable: the text ends here
+                break;
+            }
+            got += static_cast<std::size_t>(read);
+        }
+        if (state_ != nullptr) XXH3_64bits_update(state_, text_ + loaded_, got);
+        loaded_ += got;
+        return got > 0;
+    }
 
     void Consumed(std::size_t bytes) override {
         const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        const std::size_t done = bytes / page * page;  // whole pages only
-        if (done <= hashed_) return;
-        if (state_ != nullptr) XXH3_64bits_update(state_, text_ + hashed_, done - hashed_);
-        madvise(const_cast<char*>(text_) + hashed_, done - hashed_, MADV_DONTNEED);
-        hashed_ = done;
+        const std::size_t done = bytes / page * page;
+        if (done <= dropped_) return;
+        madvise(text_ + dropped_, done - dropped_, MADV_DONTNEED);
+        dropped_ = done;
     }
 
-    bool Finish(std::uint64_t* hash) {
-        if (state_ == nullptr) return false;
-        XXH3_64bits_update(state_, text_ + hashed_, size_ - hashed_);
+    // The whole file read as it was sized, and its hash.
+    bool Finish(std::uint64_t* hash) const {
+        if (state_ == nullptr || failed_ || loaded_ != size_) return false;
         *hash = XXH3_64bits_digest(state_);
         return true;
     }
 
 private:
-    const char* text_;
+    static constexpr std::size_t kBlock = std::size_t{4} << 20;
+
+    int fd_;
     std::size_t size_;
-    std::size_t hashed_ = 0;
+    char* text_ = nullptr;
+    std::size_t loaded_ = 0;
+    std::size_t dropped_ = 0;
+    bool failed_ = false;
     XXH3_state_t* state_ = nullptr;
 };
 
@@ -209,20 +242,10 @@ std::shared_ptr<ClassTree> LoadClassTreeFile(const std::string& path) {
     }
 
     const auto size = static_cast<std::size_t>(status.st_size);
-    void* text = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd.get(), 0);
-    if (text == MAP_FAILED) return nullptr;
-    madvise(text, size, MADV_SEQUENTIAL);
-    HashingProgress progress(static_cast<const char*>(text), size, !cachePath.empty());
-    std::shared_ptr<ClassTree> tree;
-    try {
-        tree = ReadDictionaryFast(std::string_view(static_cast<const char*>(text), size), &progress);
-    } catch (...) {
-        munmap(text, size);
-        throw;
-    }
-    const bool hashed = tree != nullptr && progress.Finish(&stamp.contentHash);
-    munmap(text, size);
-    if (tree != nullptr && hashed && !cachePath.empty()) WriteCache(cachePath, *tree, stamp);
+    FileFeed feed(fd.get(), size, !cachePath.empty());
+    if (feed.Text() == nullptr) return nullptr;
+    std::shared_ptr<ClassTree> tree = ReadDictionaryFast(feed.Text(), size, feed);
+    if (tree != nullptr && !cachePath.empty() && feed.Finish(&stamp.contentHash)) WriteCache(cachePath, *tree, stamp);
     return tree;
 }
 

@@ -85,19 +85,21 @@ constexpr std::size_t kProgressStep = std::size_t{8} << 20;
 
 class FastReader {
 public:
-    FastReader(std::string_view text, ReadProgress* progress)
-        : begin_(text.data()), p_(text.data()), end_(text.data() + text.size()), lineStart_(begin_),
-          countedAt_(begin_), lastWide_(begin_), progress_(progress), nextReport_(kProgressStep) {
+    // `size` is what the whole text is expected to be, for reserving.
+    FastReader(const char* text, std::size_t loaded, std::size_t size, ReadFeed* feed)
+        : begin_(text), p_(text), end_(text + loaded), lineStart_(begin_), countedAt_(begin_), lastWide_(begin_),
+          feed_(feed), nextReport_(kProgressStep) {
         // A generous guess at the records, so that they never move while growing;
         // pages never written cost nothing.
-        draft_.members.reserve(text.size() / 64 + 16);
-        draft_.memberNameAt.reserve(text.size() / 64 + 16);
-        draft_.classes.reserve(text.size() / 512 + 16);
-        draft_.classNameAt.reserve(text.size() / 512 + 16);
-        draft_.superStarts.reserve(text.size() / 512 + 16);
+        draft_.members.reserve(size / 64 + 16);
+        draft_.memberNameAt.reserve(size / 64 + 16);
+        draft_.classes.reserve(size / 512 + 16);
+        draft_.classNameAt.reserve(size / 512 + 16);
+        draft_.superStarts.reserve(size / 512 + 16);
     }
 
     std::shared_ptr<ClassTree> Read() {
+        Have(begin_, 3);
         if (ByteOrderMarkLength({begin_, static_cast<std::size_t>(end_ - begin_)}) != 0) return nullptr;
         try {
             Root();
@@ -113,8 +115,23 @@ public:
 private:
     [[noreturn]] static void Refuse() { throw Decline{}; }
 
+    // More of the text, when it comes in pieces; false at its end.
+    bool Grow() {
+        if (feed_ == nullptr || !feed_->More()) return false;
+        end_ = begin_ + feed_->Loaded();
+        return true;
+    }
+
+    // Whether `n` bytes from `at` are there (reading more as needed).
+    bool Have(const char* at, std::size_t n) {
+        while (static_cast<std::size_t>(end_ - at) < n) {
+            if (!Grow()) return false;
+        }
+        return true;
+    }
+
     void SkipBlanks() {
-        while (p_ < end_) {
+        while (p_ < end_ || Grow()) {
             const char c = *p_;
             if (c == ' ' || c == '\t' || c == '\r') {
                 ++p_;
@@ -162,6 +179,7 @@ private:
         const char* from = ++p_;
         if (start != nullptr) *start = from;
         const char* stop = ScanPlain(from, end_);
+        while (stop == end_ && Grow()) stop = ScanPlain(stop, end_);
         if (stop < end_ && *stop == '"') {
             p_ = stop + 1;
             return {from, static_cast<std::size_t>(stop - from)};
@@ -174,11 +192,12 @@ private:
         scratch_.assign(from, stop);
         const char* p = stop;
         for (;;) {
-            if (p == end_) Refuse();
+            if (p == end_ && !Grow()) Refuse();
             const auto c = static_cast<unsigned char>(*p);
             if (c == '"') break;
             if (c < 0x20) Refuse();
             if (c >= 0x80) {
+                Have(p, 4);
                 const std::size_t length =
                     Utf8SequenceLength(reinterpret_cast<const unsigned char*>(p), reinterpret_cast<const unsigned char*>(end_));
                 if (length == 0) Refuse();
@@ -186,7 +205,7 @@ private:
                 p += length;
                 lastWide_ = p;
             } else if (c == '\\') {
-                if (end_ - p < 2) Refuse();
+                if (!Have(p, 2)) Refuse();
                 switch (p[1]) {
                     case '"': scratch_.push_back('"'); break;
                     case '\\': scratch_.push_back('\\'); break;
@@ -197,7 +216,7 @@ private:
                     case 'r': scratch_.push_back('\r'); break;
                     case 't': scratch_.push_back('\t'); break;
                     case 'u': {
-                        if (end_ - p < 6) Refuse();
+                        if (!Have(p, 6)) Refuse();
                         std::uint32_t code = 0;
                         for (int i = 2; i < 6; ++i) {
                             const int digit = HexValue(p[i]);
@@ -226,6 +245,7 @@ private:
 
     bool Boolean() {
         SkipBlanks();
+        Have(p_, 5);
         if (end_ - p_ >= 4 && std::string_view(p_, 4) == "true") {
             p_ += 4;
             return true;
@@ -287,10 +307,12 @@ private:
         if (Empty(']')) return;
         do {
             Class();
-            const auto read = static_cast<std::size_t>(p_ - begin_);
-            if (progress_ != nullptr && read >= nextReport_) {
-                progress_->Consumed(read);
-                nextReport_ = read + kProgressStep;
+            // Nothing before the line being read is read again (columns count
+            // from the line's start at the furthest).
+            const auto done = static_cast<std::size_t>(lineStart_ - begin_);
+            if (feed_ != nullptr && done >= nextReport_) {
+                feed_->Consumed(done);
+                nextReport_ = done + kProgressStep;
             }
         } while (More(']'));
     }
@@ -418,7 +440,7 @@ private:
     const char* countedAt_;
     std::size_t countedUnits_ = 0;
     const char* lastWide_;  // just past the latest multi-byte character
-    ReadProgress* progress_;
+    ReadFeed* feed_;
     std::size_t nextReport_;
     std::string scratch_;
     DraftTree draft_;
@@ -426,9 +448,14 @@ private:
 
 }  // namespace
 
-std::shared_ptr<ClassTree> ReadDictionaryFast(std::string_view json, ReadProgress* progress) {
+std::shared_ptr<ClassTree> ReadDictionaryFast(std::string_view json) {
     if (json.empty()) return nullptr;
-    FastReader reader(json, progress);
+    FastReader reader(json.data(), json.size(), json.size(), nullptr);
+    return reader.Read();
+}
+
+std::shared_ptr<ClassTree> ReadDictionaryFast(const char* text, std::size_t size, ReadFeed& feed) {
+    FastReader reader(text, feed.Loaded(), size, &feed);
     return reader.Read();
 }
 

@@ -9,9 +9,10 @@
 // words the problems. So a tree from here is the tree the exact reader would make,
 // and every message still comes from the exact reader.
 //
-// `progress`, when given, is told every few megabytes how far the text has been
-// read; the bytes before that are not read again, so the caller may hash them and
-// let their pages go. Nothing here throws but std::bad_alloc; it keeps no state.
+// A text may also come in pieces (ReadFeed): the reader asks for more whenever it
+// reaches the end of what is there, and says how far it will never look back, so
+// that a file is never resident whole. Nothing here throws but std::bad_alloc; it
+// keeps no state.
 #ifndef KESTO_RUNTIME_DICTIONARY_FAST_READER_H_
 #define KESTO_RUNTIME_DICTIONARY_FAST_READER_H_
 
@@ -23,15 +24,25 @@
 
 namespace kesto {
 
-class ReadProgress {
+// The text of a file as it is read: the bytes from `text` on, Loaded() of them in
+// place so far, all in one buffer that never moves.
+class ReadFeed {
 public:
+    virtual std::size_t Loaded() const = 0;
+    // Reads more; false when there is no more (the end, or a read that failed).
+    virtual bool More() = 0;
+    // The reader never reads the bytes before `bytes` again.
     virtual void Consumed(std::size_t bytes) = 0;
 
 protected:
-    ~ReadProgress() = default;
+    ~ReadFeed() = default;
 };
 
-std::shared_ptr<ClassTree> ReadDictionaryFast(std::string_view json, ReadProgress* progress = nullptr);
+// A text that is in memory whole.
+std::shared_ptr<ClassTree> ReadDictionaryFast(std::string_view json);
+// A text that comes in pieces into the buffer at `text`, `size` bytes in all when
+// the file stays as it was.
+std::shared_ptr<ClassTree> ReadDictionaryFast(const char* text, std::size_t size, ReadFeed& feed);
 
 }  // namespace kesto
 

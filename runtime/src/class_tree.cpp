@@ -77,26 +77,31 @@ std::uint32_t ClassTree::FindClass(std::u16string_view name) const {
 }
 
 std::vector<std::uint32_t> ClassTree::Lineage(std::uint32_t index) const {
-    // Pre-order with an explicit stack: popping a class pushes its supers right to
-    // left, so they come off left to right; a class seen before is skipped. A class
-    // with one super (the common case) never needs the seen set: it is only
-    // consulted when some class of the lineage has two or more.
+    // Most lineages are plain chains, one super class each: followed as they are,
+    // no set of classes seen needed. At the first class with two or more, or should
+    // a chain come back on itself (a tree from the loader has no cycle, but the walk
+    // does not count on that), the general walk takes over from the start.
     std::vector<std::uint32_t> order;
+    for (std::uint32_t current = index;;) {
+        order.push_back(current);
+        const auto supers = Supers(current);
+        if (supers.empty()) return order;
+        if (supers.size() > 1 || order.size() > header_->classes) break;
+        current = supers[0];
+    }
+    // Pre-order with an explicit stack: popping a class pushes its supers right to
+    // left, so they come off left to right; a class seen before is skipped.
+    order.clear();
     std::vector<std::uint32_t> pending{index};
     std::unordered_set<std::uint32_t> seen;
-    bool branched = false;
     while (!pending.empty()) {
         const std::uint32_t current = pending.back();
         pending.pop_back();
-        if (branched && !seen.insert(current).second) continue;
+        if (!seen.insert(current).second) continue;
         order.push_back(current);
         const auto supers = Supers(current);
-        if (supers.size() > 1 && !branched) {
-            branched = true;
-            seen.insert(order.begin(), order.end());
-        }
         for (auto it = supers.rbegin(); it != supers.rend(); ++it) {
-            if (!branched || seen.find(*it) == seen.end()) pending.push_back(*it);
+            if (seen.find(*it) == seen.end()) pending.push_back(*it);
         }
     }
     return order;

@@ -5,6 +5,8 @@
 
 #include <cstring>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace kesto {
 namespace {
@@ -16,6 +18,34 @@ std::uint64_t Align8(std::uint64_t n) { return (n + 7) & ~std::uint64_t{7}; }
 template <typename T>
 const T* At(const unsigned char* block, std::size_t offset) {
     return reinterpret_cast<const T*>(block + offset);
+}
+
+// True when some class is its own ancestor: the loader never writes such a tree.
+// Iterative depth-first walk, so that no chain is too deep for it.
+bool SupersCycle(const ClassEntry* classes, const std::uint32_t* supers, std::uint32_t count) {
+    enum : std::uint8_t { kWhite, kGray, kBlack };
+    std::vector<std::uint8_t> color(count, kWhite);
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> stack;  // class, next link
+    for (std::uint32_t start = 0; start < count; ++start) {
+        if (color[start] != kWhite) continue;
+        color[start] = kGray;
+        stack.emplace_back(start, classes[start].supers);
+        while (!stack.empty()) {
+            auto& [cls, next] = stack.back();
+            if (next == classes[cls + 1].supers) {
+                color[cls] = kBlack;
+                stack.pop_back();
+                continue;
+            }
+            const std::uint32_t super = supers[next++];
+            if (color[super] == kGray) return true;
+            if (color[super] == kWhite) {
+                color[super] = kGray;
+                stack.emplace_back(super, classes[super].supers);
+            }
+        }
+    }
+    return false;
 }
 
 }  // namespace
@@ -123,7 +153,7 @@ bool ValidateTreeBlock(const void* raw, std::size_t size, bool checkHash) {
         if (byName[i] >= header.classes) return false;
         if (i > 0 && classes[byName[i - 1]].name >= classes[byName[i]].name) return false;
     }
-    return true;
+    return !SupersCycle(classes, supers, header.classes);
 }
 
 }  // namespace kesto

@@ -1,6 +1,8 @@
-// Reading a class dictionary (JSON) into a Dictionary.
+// Reading a class dictionary (JSON) into a loaded tree (class_tree.h).
 //
-// The reader checks as it goes: a JSON syntax error, an unknown or repeated key, a
+// Well-formed text takes the fast reader (dictionary_fast_reader.h), and a file
+// also the index cache (class_tree_cache.h); whatever they decline, the exact
+// reader reads from the start. The exact reader checks as it goes: a JSON syntax error, an unknown or repeated key, a
 // value of the wrong type or outside its set of values, a missing or malformed
 // name, a class or member defined twice, a super class that does not exist, or
 // super classes that form a cycle. After a problem it passes over the value at
@@ -40,7 +42,8 @@ struct DictionaryLoadResult {
 // `sourceName` stands for the file in messages.
 DictionaryLoadResult LoadDictionaryText(std::string_view json, std::string_view sourceName);
 
-// Reads the whole file first; a file that cannot be read gives STG_E_FILENOTFOUND.
+// Through the index cache and the fast reader, or else the exact reader over the
+// whole file; a file that cannot be read gives STG_E_FILENOTFOUND.
 DictionaryLoadResult LoadDictionaryFile(const std::string& path);
 
 }  // namespace kesto

@@ -49,12 +49,26 @@ struct Dictionary {
     unsigned long members = 0;
 };
 
-std::string Scratch() {
-    static const std::string folder = [] {
+// The scratch folder, removed with everything in it when the benchmark ends (the
+// children leave with _exit, so only this process removes it).
+class ScratchFolder {
+public:
+    ScratchFolder() {
         char name[] = "/tmp/vantle-load-bench-XXXXXX";
-        return std::string(mkdtemp(name) != nullptr ? name : "/tmp");
-    }();
-    return folder;
+        if (mkdtemp(name) != nullptr) path_ = name;
+    }
+    ~ScratchFolder() {
+        if (!path_.empty()) std::system(("rm -rf '" + path_ + "'").c_str());
+    }
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+std::string Scratch() {
+    static const ScratchFolder folder;
+    return folder.path();
 }
 
 // Generated in a child, so that this process never holds the text.

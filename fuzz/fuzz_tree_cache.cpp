@@ -13,6 +13,7 @@
 #include <xxhash.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -65,6 +66,8 @@ Scene& TheScene() {
         char folder[] = "/tmp/vantle-fuzz-tree-cache-XXXXXX";
         FUZZ_CHECK(mkdtemp(folder) != nullptr, "no scratch folder");
         setenv("XDG_CACHE_HOME", folder, 1);
+        static std::string scratch = folder;
+        std::atexit([] { std::system(("rm -rf '" + scratch + "'").c_str()); });
         vantle::bench::GeneratorOptions options;
         options.classes = 6;
         options.chainDepth = 3;

@@ -11,6 +11,9 @@
 // Every byte counts: a load that succeeds has read the whole buffer, so the same
 // bytes with a '}' after them fail right at that '}'. Every problem names a line
 // of the buffer and stays a line to read, whatever the file holds.
+
+#include <stdlib.h>
+
 #include <algorithm>
 #include <string>
 #include <set>
@@ -18,6 +21,7 @@
 
 #include "AssistService.h"
 #include "FuzzSupport.h"
+#include "TreeDump.h"
 
 
 namespace {
@@ -236,10 +240,29 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
         std::string more(reinterpret_cast<const char*>(data), size);
         more += '}';
-        hr = manager->LoadDictionaryBuffer(more.data(), more.size(), sourceName.c_str(), message.out());
+        kesto::Ref<COM_ITNodeManager> longer = NewTree();
+        kesto::String moreMessage;
+        const HRESULT moreStatus =
+            longer->LoadDictionaryBuffer(more.data(), more.size(), sourceName.c_str(), moreMessage.out());
         const Units expected = sourceName + Units(1, ':') + PlaceOfEnd(data, size);
-        FUZZ_CHECK(hr == PARSE_E_SYNTAX && UnitsOf(message).compare(0, expected.size(), expected) == 0,
+        FUZZ_CHECK(moreStatus == PARSE_E_SYNTAX && UnitsOf(moreMessage).compare(0, expected.size(), expected) == 0,
                    "a successful load left bytes of the buffer unread");
+    }
+
+    // The fast reader answers exactly as the exact reader does, or leaves the text
+    // to it: same status, same message, same tree.
+    {
+        setenv("KESTO_DICTIONARY_READER", "exact", 1);
+        kesto::Ref<COM_ITNodeManager> exact = NewTree();
+        kesto::String exactMessage;
+        const HRESULT exactStatus = exact->LoadDictionaryBuffer(reinterpret_cast<const char*>(data), size,
+                                                                sourceName.c_str(), exactMessage.out());
+        unsetenv("KESTO_DICTIONARY_READER");
+        FUZZ_CHECK(exactStatus == hr && UnitsOf(exactMessage) == UnitsOf(message),
+                   "the fast and the exact reader disagree on the outcome");
+        if (SUCCEEDED(hr))
+            FUZZ_CHECK(DumpTree(exact.get()) == DumpTree(manager.get()),
+                       "the fast and the exact reader build different trees");
     }
 
     // A node of the earlier tree still answers from it.

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config binutils
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libsqlite3-dev sqlite3 nlohmann-json3-dev libedit-dev
+  libsqlite3-dev sqlite3 nlohmann-json3-dev libedit-dev libxxhash-dev
   clang-14 libclang-rt-14-dev llvm-14
   python3 dpkg-dev file valgrind
 )

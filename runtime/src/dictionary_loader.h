@@ -1,6 +1,8 @@
-// Reading a class dictionary (JSON) into a Dictionary.
+// Reading a class dictionary (JSON) into a loaded tree (class_tree.h).
 //
-// The reader checks as it goes: a JSON syntax error, an unknown or repeated key, a
+// Well-formed text takes the fast reader (dictionary_fast_reader.h), and a file
+// also the index cache (class_tree_cache.h); whatever they decline, the exact
+// reader reads from the start. The exact reader checks as it goes: a JSON syntax error, an unknown or repeated key, a
 // value of the wrong type or outside its set of values, a missing or malformed
 // name, a class or member defined twice, a super class that does not exist, or
 // super classes that form a cycle. After a problem it passes over the value at
@@ -20,6 +22,7 @@
 #include <string_view>
 #include <vector>
 
+#include "class_tree.h"
 #include "dictionary_model.h"
 #include "kesto/com.h"
 
@@ -32,13 +35,15 @@ struct DictionaryLoadResult {
     HRESULT status = S_OK;
     std::string message;                // UTF-8; the first of `problems`, empty on success
     std::vector<std::string> problems;  // at least one on failure, none on success
-    std::shared_ptr<Dictionary> dictionary;  // set exactly on success
+    std::shared_ptr<Dictionary> dictionary;  // the exact reader's, on its success; the loader drops it
+    std::shared_ptr<ClassTree> tree;         // set exactly on success
 };
 
 // `sourceName` stands for the file in messages.
 DictionaryLoadResult LoadDictionaryText(std::string_view json, std::string_view sourceName);
 
-// Reads the whole file first; a file that cannot be read gives STG_E_FILENOTFOUND.
+// Through the index cache and the fast reader, or else the exact reader over the
+// whole file; a file that cannot be read gives STG_E_FILENOTFOUND.
 DictionaryLoadResult LoadDictionaryFile(const std::string& path);
 
 }  // namespace kesto

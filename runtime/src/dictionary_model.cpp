@@ -1,4 +1,4 @@
-// The loaded dictionary: texts, name lookup, lineage and merged member lists.
+// The exact reader's dictionary: texts, name lookup and names defined twice.
 #include "dictionary_model.h"
 
 #include <algorithm>
@@ -76,88 +76,7 @@ Dictionary::Duplicates Dictionary::Seal() {
     for (std::uint32_t i = 0; i < byName_.size(); ++i) byName_[i] = i;
     std::stable_sort(byName_.begin(), byName_.end(),
                      [this](std::uint32_t a, std::uint32_t b) { return ClassName(a) < ClassName(b); });
-    merged_.clear();
     return FindDuplicates(byName_, [this](std::uint32_t cls) { return ClassName(cls); });
-}
-
-std::vector<std::uint32_t> Dictionary::Lineage(std::uint32_t index) const {
-    // Iterative pre-order walk: popping a class pushes its supers right to left, so
-    // they come off left to right; a class seen before is skipped when popped. That
-    // is the same order as the recursive walk, without its stack depth.
-    std::vector<std::uint32_t> order;
-    std::vector<std::uint32_t> pending{index};
-    std::vector<bool> seen(classes_.size(), false);
-    while (!pending.empty()) {
-        std::uint32_t current = pending.back();
-        pending.pop_back();
-        if (seen[current]) continue;
-        seen[current] = true;
-        order.push_back(current);
-        const auto& supers = classes_[current].supers;
-        for (auto it = supers.rbegin(); it != supers.rend(); ++it) {
-            if (!seen[*it]) pending.push_back(*it);
-        }
-    }
-    return order;
-}
-
-std::uint32_t Dictionary::DefiningMember(std::uint32_t index, MemberKind kind, std::u16string_view name) const {
-    const int k = static_cast<int>(kind);
-    for (std::uint32_t cls : Lineage(index)) {
-        const MemberList& own = classes_[cls].own[k];
-        auto it = std::lower_bound(own.begin(), own.end(), name, [this](std::uint32_t member, std::u16string_view wanted) {
-            return MemberName(member) < wanted;
-        });
-        if (it != own.end() && MemberName(*it) == name) return *it;
-    }
-    return kNoMember;
-}
-
-MemberList Dictionary::MergeLineage(std::uint32_t index, MemberKind kind) const {
-    const int k = static_cast<int>(kind);
-    MemberList merged;
-    for (std::uint32_t cls : Lineage(index)) {
-        const MemberList& own = classes_[cls].own[k];
-        if (own.empty()) continue;
-        // Both runs are sorted; inplace_merge keeps the earlier run first among
-        // equal names, so the nearer definition stays in front of any it overrides.
-        std::size_t middle = merged.size();
-        merged.insert(merged.end(), own.begin(), own.end());
-        std::inplace_merge(merged.begin(), merged.begin() + static_cast<std::ptrdiff_t>(middle), merged.end(),
-                           [this](std::uint32_t a, std::uint32_t b) { return MemberName(a) < MemberName(b); });
-    }
-    auto last = std::unique(merged.begin(), merged.end(), [this](std::uint32_t a, std::uint32_t b) {
-        return MemberName(a) == MemberName(b);
-    });
-    merged.erase(last, merged.end());
-    merged.shrink_to_fit();
-    return merged;
-}
-
-std::shared_ptr<const MemberList> Dictionary::Members(const std::shared_ptr<const Dictionary>& self,
-                                                      std::uint32_t index, MemberKind kind, bool inherited) const {
-    const int k = static_cast<int>(kind);
-    const ClassRecord& cls = classes_[index];
-    if (!inherited || cls.supers.empty()) return std::shared_ptr<const MemberList>(self, &cls.own[k]);
-    if (merged_.size() != classes_.size()) merged_.resize(classes_.size());
-    std::shared_ptr<const MemberList>& slot = merged_[index][k];
-    if (!slot) slot = std::make_shared<const MemberList>(MergeLineage(index, kind));
-    return slot;
-}
-
-std::shared_ptr<const PackedAnswers> Dictionary::FindAnswers(const std::string& key) const {
-    auto found = answers_.find(key);
-    return found == answers_.end() ? nullptr : found->second;
-}
-
-void Dictionary::KeepAnswers(std::string key, std::shared_ptr<const PackedAnswers> answers) const {
-    std::size_t bytes = answers->Bytes();
-    if (answerBytes_ + bytes > kKeptAnswerBytes) {
-        answers_.clear();
-        answerBytes_ = 0;
-    }
-    auto [at, added] = answers_.emplace(std::move(key), std::move(answers));
-    if (added) answerBytes_ += bytes;
 }
 
 }  // namespace kesto

@@ -1,17 +1,15 @@
-// The loaded form of a class dictionary.
+// The exact reader's form of a class dictionary.
 //
-// A Dictionary is built once by the loader and never changes afterwards, except
-// for its caches of merged member lists and of packed answers to keyword queries,
-// which are filled on demand and may be dropped at any time (DropCaches). All texts
-// live in one pool of 16-bit units and are referred to by TextRef; names compare and
-// sort by code-unit value. Member lists are vectors of member indices sorted by name,
-// shared through shared_ptr so that an open enumeration keeps its list alive across
-// DropCaches.
+// The exact reader (dictionary_reader.h) builds a Dictionary as it reads and checks
+// it; the loader then turns it into the compact tree that the tree objects answer
+// from (class_tree.h, ClassTreeFromDictionary). All texts live in one pool of 16-bit
+// units and are referred to by TextRef; names compare and sort by code-unit value.
+// Member lists are vectors of member indices sorted by name.
 //
 // Each class and member keeps where its name stands in the source, for editors that
-// jump to a definition; the source's name is the dictionary's own.
+// jump to a definition.
 //
-// Not thread-safe: like the tree objects above it, it is used from one thread.
+// Not thread-safe: built and read by the one loading thread.
 #ifndef KESTO_RUNTIME_DICTIONARY_MODEL_H_
 #define KESTO_RUNTIME_DICTIONARY_MODEL_H_
 
@@ -20,7 +18,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -59,24 +56,6 @@ struct MemberRecord {
 };
 
 using MemberList = std::vector<std::uint32_t>;
-
-// One enumeration's names and answers to a keyword query, laid out one after the
-// other in the order in which they are handed out: an editor sends the same few
-// queries over the same classes on every keystroke, and reading them in order keeps
-// a walk over thousands of members out of the memory's way. The text ends in
-// kPaddedCopyUnits zero units, so that any name or answer in it may be handed out
-// with AllocPaddedBstr.
-struct PackedAnswers {
-    struct Entry {
-        std::uint32_t offset;  // of the name in `text`; the answer follows it
-        std::uint32_t nameLength;
-        std::uint32_t answerLength;
-    };
-    std::vector<Entry> entries;
-    std::u16string text;
-
-    std::size_t Bytes() const { return entries.size() * sizeof(Entry) + text.size() * sizeof(char16_t); }
-};
 
 struct ClassRecord {
     TextRef name;
@@ -118,34 +97,6 @@ public:
     // Class indices sorted by name (code-unit order). Needs Seal().
     const std::vector<std::uint32_t>& ClassesByName() const { return byName_; }
 
-    // The class itself, then its super classes left to right and depth first, each once.
-    std::vector<std::uint32_t> Lineage(std::uint32_t index) const;
-
-    // The member of `kind` named `name` that class `index` has, its own or inherited:
-    // the first definition in lineage order, as in Members(..., inherited). kNoMember
-    // when there is none.
-    std::uint32_t DefiningMember(std::uint32_t index, MemberKind kind, std::u16string_view name) const;
-
-    // The members of one kind of a class, sorted by name; with `inherited` the
-    // lineage's members, the first definition of each name in lineage order winning.
-    // `self` is the shared pointer that owns this dictionary: the result shares its
-    // ownership so that it stays valid as long as it is held.
-    std::shared_ptr<const MemberList> Members(const std::shared_ptr<const Dictionary>& self, std::uint32_t index,
-                                              MemberKind kind, bool inherited) const;
-
-    // Answers kept under a key that the tree makes of the class, the kind of member,
-    // the inherited switch and the query. When the kept answers pass kKeptAnswerBytes
-    // they are all dropped (whoever holds one keeps it alive).
-    static constexpr std::size_t kKeptAnswerBytes = 64u << 20;
-    std::shared_ptr<const PackedAnswers> FindAnswers(const std::string& key) const;
-    void KeepAnswers(std::string key, std::shared_ptr<const PackedAnswers> answers) const;
-
-    void DropCaches() const {
-        merged_.clear();
-        answers_.clear();
-        answerBytes_ = 0;
-    }
-
     // Building (the loader). New records come with their name's position unknown
     // (line 0) until SetClassNameAt / SetMemberNameAt.
     std::vector<ClassRecord>& MutableClasses() { return classes_; }
@@ -165,8 +116,6 @@ public:
     Duplicates SortMembers(MemberList& list) const;
 
 private:
-    MemberList MergeLineage(std::uint32_t index, MemberKind kind) const;
-
     std::u16string pool_;
     std::u16string source_;
     std::vector<ClassRecord> classes_;
@@ -175,9 +124,6 @@ private:
     std::vector<SourcePosition> classNameAt_;
     std::vector<SourcePosition> memberNameAt_;
     std::vector<std::uint32_t> byName_;
-    mutable std::vector<std::array<std::shared_ptr<const MemberList>, kMemberKindCount>> merged_;
-    mutable std::unordered_map<std::string, std::shared_ptr<const PackedAnswers>> answers_;
-    mutable std::size_t answerBytes_ = 0;
 };
 
 }  // namespace kesto

@@ -8,10 +8,10 @@ HRESULT TNodeCollection::Next(BSTR* name, BSTR* values) {
     if (name == nullptr || values == nullptr) return E_POINTER;
     *name = nullptr;
     *values = nullptr;
-    const PackedAnswers& answers = *answers_;
+    const TreeAnswers& answers = *answers_;
     if (next_ >= answers.entries.size()) return S_FALSE;
-    const PackedAnswers::Entry& entry = answers.entries[next_];
-    const char16_t* text = answers.text.data() + entry.offset;
+    const TreeAnswers::Entry& entry = answers.entries[next_];
+    const char16_t* text = answers.text.get() + entry.offset;
     BSTR newName = AllocPaddedBstr(text, entry.nameLength);
     BSTR newValues = AllocPaddedBstr(text + entry.nameLength, entry.answerLength);
     if (newName == nullptr || newValues == nullptr) {

@@ -51,7 +51,7 @@ HRESULT TNodeElement::GetName(BSTR* out) {
 HRESULT TNodeElement::GetSuperClasses(BSTR* out) {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
-    const auto& supers = dictionary_->Class(class_).supers;
+    const auto supers = dictionary_->Supers(class_);
     try {
         std::u16string list;
         for (std::uint32_t super : supers) {
@@ -81,9 +81,9 @@ HRESULT TNodeElement::OpenChildren(CBSTR childKind, CBSTR keywordQuery, int incl
         if (!ParseKeywordQuery(ViewOf(keywordQuery), NodeKindOf(kind), &query)) return E_INVALIDARG;
         const bool inherited = includeInherited != 0;
         std::string key = AnswersKey(class_, kind, inherited, query);
-        std::shared_ptr<const PackedAnswers> answers = dictionary_->FindAnswers(key);
+        std::shared_ptr<const TreeAnswers> answers = dictionary_->FindAnswers(key);
         if (answers == nullptr) {
-            answers = PackAnswers(*dictionary_, *dictionary_->Members(dictionary_, class_, kind, inherited), query);
+            answers = PackAnswers(*dictionary_, dictionary_->Members(dictionary_, class_, kind, inherited).items, query);
             dictionary_->KeepAnswers(std::move(key), answers);
         }
         *out = NewObject<TNodeCollection>(std::move(answers));
@@ -99,7 +99,7 @@ HRESULT TNodeElement::GetChildCount(CBSTR childKind, int includeInherited, unsig
     MemberKind kind;
     if (!ChildKindOf(childKind, &kind)) return E_INVALIDARG;
     try {
-        *count = static_cast<unsigned int>(dictionary_->Members(dictionary_, class_, kind, includeInherited != 0)->size());
+        *count = static_cast<unsigned int>(dictionary_->Members(dictionary_, class_, kind, includeInherited != 0).items.size());
         return S_OK;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
@@ -126,7 +126,7 @@ HRESULT TNodeElement::GetLocation(CBSTR childKind, CBSTR memberName, BSTR* file,
         } catch (const std::bad_alloc&) {
             return E_OUTOFMEMORY;
         }
-        if (member == Dictionary::kNoMember) return S_FALSE;
+        if (member == ClassTree::kNoMember) return S_FALSE;
         at = dictionary_->MemberNameAt(member);
     }
     HRESULT hr = HandOut(dictionary_->Source(), file);

@@ -1,6 +1,8 @@
 // Keyword subscripts and pieces.
 #include "tnode_keywords.h"
 
+#include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "bstr_padded.h"
@@ -8,23 +10,51 @@
 namespace kesto {
 namespace {
 
-constexpr std::u16string_view kFalse = u"0";
-constexpr std::u16string_view kTrue = u"1";
+// The answers that are not texts of the tree, with as many readable units after
+// them as the tree's texts have, so that every answer may be copied alike.
+constexpr char16_t kSpareZeros[kTreeSpareUnits + 1] = {};
+constexpr char16_t kFlagUnits[2][kTreeSpareUnits + 1] = {{u'0'}, {u'1'}};
+constexpr std::u16string_view kNoAnswer(kSpareZeros, 0);
 
-std::u16string_view Flag(bool value) { return value ? kTrue : kFalse; }
+std::u16string_view Flag(bool value) { return std::u16string_view(kFlagUnits[value ? 1 : 0], 1); }
 
-// Appends one piece holding `text`.
-void AppendPiece(std::u16string& out, std::u16string_view text) {
-    char16_t digits[12];
-    int count = 0;
+std::size_t DigitsOf(std::size_t n) {
+    if (n < 10) return 1;
+    if (n < 100) return 2;
+    std::size_t digits = 1;
+    while (n >= 10) {
+        n /= 10;
+        ++digits;
+    }
+    return digits;
+}
+
+static_assert(kTreeSpareUnits >= kPaddedCopyUnits);
+
+// Copies a text of the tree (or one of the answers above), which has
+// kPaddedCopyUnits readable units past its end, into room that has as many: a short
+// one (most names and answers) goes in one fixed move, with no branch on its
+// length. Returns where the text ends.
+char16_t* CopyTreeText(char16_t* out, std::u16string_view text) {
+    if (text.size() <= kPaddedCopyUnits) {
+        std::memcpy(out, text.data(), kPaddedCopyUnits * sizeof(char16_t));
+    } else {
+        std::memcpy(out, text.data(), text.size() * sizeof(char16_t));
+    }
+    return out + text.size();
+}
+
+// Writes one piece holding `text` at `out`; returns where it ends.
+char16_t* WritePiece(char16_t* out, std::u16string_view text) {
+    const std::size_t digits = DigitsOf(text.size());
     std::size_t length = text.size();
-    do {
-        digits[count++] = static_cast<char16_t>(u'0' + length % 10);
+    for (std::size_t d = digits; d > 0; --d) {
+        out[d - 1] = static_cast<char16_t>(u'0' + length % 10);
         length /= 10;
-    } while (length > 0);
-    while (count > 0) out.push_back(digits[--count]);
-    out.push_back(u':');
-    out.append(text);
+    }
+    out += digits;
+    *out++ = u':';
+    return CopyTreeText(out, text);
 }
 
 }  // namespace
@@ -109,7 +139,7 @@ bool ParseKeywordQuery(std::u16string_view query, NodeKind kind, std::vector<Key
     return true;
 }
 
-std::u16string_view MemberKeywordValue(const Dictionary& dictionary, const MemberRecord& member, Keyword keyword) {
+std::u16string_view MemberKeywordValue(const ClassTree& dictionary, const MemberEntry& member, Keyword keyword) {
     switch (keyword) {
         case Keyword::kName:
             return dictionary.Text(member.name);
@@ -120,28 +150,28 @@ std::u16string_view MemberKeywordValue(const Dictionary& dictionary, const Membe
         case Keyword::kType:
             return dictionary.Text(member.type);
         case Keyword::kClassMethod:
-            return Flag(member.classMethod);
+            return Flag((member.flags & kFlagClassMethod) != 0);
         case Keyword::kInternal:
-            return Flag(member.internal);
+            return Flag((member.flags & kFlagInternal) != 0);
         case Keyword::kFormalSpec:
             return dictionary.Text(member.formalSpec);
         case Keyword::kPrivate:
-            return Flag(member.isPrivate);
+            return Flag((member.flags & kFlagPrivate) != 0);
         case Keyword::kCardinality:
             return dictionary.Text(member.cardinality);
         case Keyword::kCollection:
             return dictionary.Text(member.collection);
         case Keyword::kRelationship:
-            return Flag(member.relationship);
+            return Flag((member.flags & kFlagRelationship) != 0);
         case Keyword::kClassType:
         case Keyword::kUnknown:
             break;
     }
-    return {};
+    return kNoAnswer;
 }
 
-std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_t cls, Keyword keyword) {
-    const ClassRecord& record = dictionary.Class(cls);
+std::u16string_view ClassKeywordValue(const ClassTree& dictionary, std::uint32_t cls, Keyword keyword) {
+    const ClassEntry& record = dictionary.Class(cls);
     switch (keyword) {
         case Keyword::kName:
         case Keyword::kOrigin:
@@ -153,26 +183,47 @@ std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_
         default:
             break;
     }
-    return {};
+    return kNoAnswer;
 }
 
-std::shared_ptr<const PackedAnswers> PackAnswers(const Dictionary& dictionary, const MemberList& members,
+std::shared_ptr<const TreeAnswers> PackAnswers(const ClassTree& dictionary, std::span<const std::uint32_t> members,
                                                  const std::vector<Keyword>& query) {
-    auto packed = std::make_shared<PackedAnswers>();
-    packed->entries.reserve(members.size());
-    std::u16string& text = packed->text;
-    for (std::uint32_t index : members) {
-        const MemberRecord& member = dictionary.Member(index);
-        const std::size_t start = text.size();
-        text.append(dictionary.Text(member.name));
-        const std::size_t answerStart = text.size();
-        for (Keyword keyword : query) AppendPiece(text, MemberKeywordValue(dictionary, member, keyword));
+    // One pass, writing through a plain pointer into room that is checked once per
+    // member, not per unit: a walk over the members in name order reads their
+    // records out of order, so a second pass would pay those reads twice.
+    auto packed = std::make_shared<TreeAnswers>();
+    std::size_t room = members.size() * 24 + 2 * kPaddedCopyUnits;
+    std::unique_ptr<char16_t[]> text(new char16_t[room]);
+    std::size_t used = 0;
+    packed->entries.resize(members.size());
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        const MemberEntry& member = dictionary.Member(members[i]);
+        const std::u16string_view name = dictionary.Text(member.name);
+        std::size_t need = name.size() + kPaddedCopyUnits;
+        for (Keyword keyword : query) {
+            const std::size_t length = MemberKeywordValue(dictionary, member, keyword).size();
+            need += DigitsOf(length) + 1 + length;
+        }
+        if (used + need > room) {
+            room = std::max(room * 2, used + need);
+            std::unique_ptr<char16_t[]> grown(new char16_t[room]);
+            std::copy(text.get(), text.get() + used, grown.get());
+            text = std::move(grown);
+        }
+        char16_t* const start = text.get() + used;
+        char16_t* out = CopyTreeText(start, name);
+        char16_t* const answer = out;
+        for (Keyword keyword : query) out = WritePiece(out, MemberKeywordValue(dictionary, member, keyword));
+        used = static_cast<std::size_t>(out - text.get());
         // Places are 32-bit; answers that outgrew them are as good as out of memory.
-        if (text.size() > 0xFFFFFFFFu) throw std::bad_alloc();
-        packed->entries.push_back({static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(answerStart - start),
-                                   static_cast<std::uint32_t>(text.size() - answerStart)});
+        if (used > 0xFFFFFFFFu) throw std::bad_alloc();
+        packed->entries[i] = {static_cast<std::uint32_t>(start - text.get()),
+                              static_cast<std::uint32_t>(answer - start), static_cast<std::uint32_t>(out - answer)};
     }
-    text.append(kPaddedCopyUnits, u'\0');
+    // Room for the spare units is always left (see `need`); they are made zero.
+    std::fill(text.get() + used, text.get() + used + kPaddedCopyUnits, u'\0');
+    packed->units = room;
+    packed->text = std::move(text);
     return packed;
 }
 

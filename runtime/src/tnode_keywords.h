@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dictionary_model.h"
+#include "class_tree.h"
 
 namespace kesto {
 
@@ -44,13 +44,13 @@ Keyword LookupKeyword(std::u16string_view subscript, NodeKind kind);
 bool ParseKeywordQuery(std::u16string_view query, NodeKind kind, std::vector<Keyword>* out);
 
 // The text of a keyword of a member; booleans are "0" or "1".
-std::u16string_view MemberKeywordValue(const Dictionary& dictionary, const MemberRecord& member, Keyword keyword);
+std::u16string_view MemberKeywordValue(const ClassTree& tree, const MemberEntry& member, Keyword keyword);
 // The text of a keyword of a class node.
-std::u16string_view ClassKeywordValue(const Dictionary& dictionary, std::uint32_t cls, Keyword keyword);
+std::u16string_view ClassKeywordValue(const ClassTree& tree, std::uint32_t cls, Keyword keyword);
 
 // The names and answers to `query` (one piece per keyword, in query order) of
 // `members`, in their order.
-std::shared_ptr<const PackedAnswers> PackAnswers(const Dictionary& dictionary, const MemberList& members,
+std::shared_ptr<const TreeAnswers> PackAnswers(const ClassTree& tree, std::span<const std::uint32_t> members,
                                                  const std::vector<Keyword>& query);
 
 }  // namespace kesto

@@ -11,11 +11,7 @@
 namespace kesto {
 namespace {
 
-std::shared_ptr<const Dictionary> EmptyDictionary() {
-    auto empty = std::make_shared<Dictionary>();
-    empty->Seal();
-    return empty;
-}
+std::shared_ptr<const ClassTree> EmptyDictionary() { return ClassTree::Empty(); }
 
 // A message that cannot be allocated is left out; the status still tells.
 void HandOutMessage(const std::string& message, BSTR* out) {
@@ -40,8 +36,8 @@ HRESULT TNodeManager::Loaded(DictionaryLoadResult result, std::u16string_view so
         return result.status;
     }
     // The name as the caller wrote it, which the loader saw only converted.
-    result.dictionary->SetSource(source);
-    dictionary_ = std::move(result.dictionary);
+    result.tree->SetSource(source);
+    dictionary_ = std::move(result.tree);
     return S_OK;
 }
 
@@ -98,7 +94,7 @@ HRESULT TNodeManager::GetClassNode(CBSTR className, COM_ITNodeElement** out) {
     std::u16string_view name = ViewOf(className);
     if (name.empty()) return TNODE_E_INVALIDCLASSNAME;
     std::uint32_t cls = dictionary_->FindClass(name);
-    if (cls == Dictionary::kNoClass) return TNODE_E_CLASSNOTEXIST;
+    if (cls == ClassTree::kNoClass) return TNODE_E_CLASSNOTEXIST;
     *out = NewObject<TNodeElement>(dictionary_, cls);
     return *out == nullptr ? E_OUTOFMEMORY : S_OK;
 }
@@ -116,7 +112,7 @@ HRESULT TNodeManager::GetLoadErrors(BSTR* out) {
     return loadErrors_.empty() ? S_FALSE : S_OK;
 }
 
-bool TNodeManager::Exists(std::u16string_view name) const { return dictionary_->FindClass(name) != Dictionary::kNoClass; }
+bool TNodeManager::Exists(std::u16string_view name) const { return dictionary_->FindClass(name) != ClassTree::kNoClass; }
 
 HRESULT TNodeManager::NormalizeName(CBSTR name, CBSTR relativeTo, BSTR* out) {
     if (out == nullptr) return E_POINTER;

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "dictionary_loader.h"
-#include "dictionary_model.h"
+#include "class_tree.h"
 #include "kesto/tnode.h"
 #include "ref_counted.h"
 
@@ -49,14 +49,14 @@ private:
     // Takes a load's outcome: the new dictionary, named `source`, or its problems.
     HRESULT Loaded(DictionaryLoadResult result, std::u16string_view source, BSTR* message);
 
-    std::shared_ptr<const Dictionary> dictionary_;
+    std::shared_ptr<const ClassTree> dictionary_;
     std::vector<std::u16string> imports_;
     std::u16string loadErrors_;  // of the last load, one per line; empty after a good one
 };
 
 class TNodeElement final : public RefCounted<Exposes<COM_ITNodeElement, COM_IID_ITNodeElement>> {
 public:
-    TNodeElement(std::shared_ptr<const Dictionary> dictionary, std::uint32_t cls)
+    TNodeElement(std::shared_ptr<const ClassTree> dictionary, std::uint32_t cls)
         : dictionary_(std::move(dictionary)), class_(cls) {}
 
     HRESULT GetName(BSTR* out) override;
@@ -70,18 +70,18 @@ public:
     HRESULT GetKeyword(CBSTR subscript, BSTR* value, int* a, int* b, int* c) override;
 
 private:
-    std::shared_ptr<const Dictionary> dictionary_;
+    std::shared_ptr<const ClassTree> dictionary_;
     std::uint32_t class_;
 };
 
 class TNodeCollection final : public RefCounted<Exposes<COM_IStringCollection, COM_IID_IStringCollection>> {
 public:
-    explicit TNodeCollection(std::shared_ptr<const PackedAnswers> answers) : answers_(std::move(answers)) {}
+    explicit TNodeCollection(std::shared_ptr<const TreeAnswers> answers) : answers_(std::move(answers)) {}
 
     HRESULT Next(BSTR* name, BSTR* values) override;
 
 private:
-    std::shared_ptr<const PackedAnswers> answers_;  // shared with the dictionary's cache
+    std::shared_ptr<const TreeAnswers> answers_;  // shared with the dictionary's cache
     std::size_t next_ = 0;
 };
 

@@ -79,7 +79,7 @@ void Unmap(void* block, std::size_t size) { munmap(block, size); }
 
 // The cached tree, when the cache file is whole and was made from this very file.
 std::shared_ptr<ClassTree> FromCache(const std::string& cachePath, int dictionaryFd, const SourceStamp& stamp) {
-    FileDescriptor fd(open(cachePath.c_str(), O_RDONLY | O_CLOEXEC));
+    FileDescriptor fd(open(cachePath.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (fd.get() < 0) return nullptr;
     struct stat status{};
     if (fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
@@ -229,7 +229,7 @@ std::string ClassTreeCachePath(const std::string& path) {
 }
 
 std::shared_ptr<ClassTree> LoadClassTreeFile(const std::string& path) {
-    FileDescriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    FileDescriptor fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (fd.get() < 0) return nullptr;
     struct stat status{};
     if (fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size <= 0 ||

@@ -373,6 +373,7 @@ private:
         do {
             Expect('{');
             MemberEntry entry{};
+            hasType_ = hasCollection_ = false;
             entry.owner = owner;
             entry.kind = static_cast<std::uint8_t>(kind);
             SourcePosition nameAt{};
@@ -401,6 +402,8 @@ private:
                 } while (More('}'));
             }
             if (!(seen & (1u << kNameField))) Refuse();
+            // A list or an array must say what it holds; the exact reader words that.
+            if (hasCollection_ && !hasType_) Refuse();
             draft_.members.push_back(entry);
             draft_.memberNameAt.push_back(nameAt);
         } while (More(']'));
@@ -418,6 +421,8 @@ private:
         if (field.memberText == &MemberRecord::collection) slot = &entry.collection;
         if (field.memberText == &MemberRecord::defaultValue) slot = &entry.defaultValue;
         if (slot == nullptr) Refuse();
+        if (slot == &entry.type) hasType_ = !value.empty();
+        if (slot == &entry.collection) hasCollection_ = !value.empty();
         *slot = draft_.texts.Intern(value);
     }
 
@@ -444,6 +449,8 @@ private:
     std::size_t nextReport_;
     std::string scratch_;
     DraftTree draft_;
+    bool hasType_ = false;        // of the member being read: a type that is not empty
+    bool hasCollection_ = false;  // ... and a collection that is not empty
 };
 
 }  // namespace

@@ -5,13 +5,15 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 #include <vector>
 
+#include "HresultText.h"
+#include "ToolExit.h"
+#include "ToolText.h"
 #include "kesto/registry.h"
 #include "vantle/server.h"
-#include "HresultText.h"
-#include "ToolText.h"
 
 namespace vantle::tool {
 namespace {
@@ -24,6 +26,13 @@ std::string RegistryFile() {
         KESTO_RegistryFilePath(buffer.data(), buffer.size());
     }
     return std::string(buffer.data(), length);
+}
+
+// The path people should see: canonical when the file exists, else as typed.
+std::string CanonicalPath(const std::string& path) {
+    std::error_code error;
+    std::filesystem::path canonical = std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
+    return error ? path : canonical.string();
 }
 
 HRESULT OpenRegistry(kesto::Ref<COM_IRegistry>& registry) {
@@ -88,13 +97,20 @@ std::vector<const COM_GUID*> ClassesOf(void* module) {
     return classes;
 }
 
-void ReportClasses(void* module, std::ostream& out) {
+void ReportClasses(void* module, Reply& reply) {
+    Json classes = Json::array();
     for (const COM_GUID* clsid : ClassesOf(module)) {
         ClassState state;
         HRESULT hr = ReadClassState(*clsid, &state);
+        Json entry{{"clsid", GuidText(*clsid)},
+                   {"name", state.name.empty() ? Json(nullptr) : Json(state.name)},
+                   {"registered", state.registered},
+                   {"installCount", state.installCount ? Json(*state.installCount) : Json(nullptr)}};
+        std::ostream& out = reply.Text();
         out << "  " << GuidText(*clsid);
         if (!state.name.empty()) out << " " << state.name;
         if (FAILED(hr)) {
+            entry["result"] = JsonStatus(hr);
             out << ": cannot read its records: " << HresultText(hr) << "\n";
         } else if (!state.registered) {
             out << ": not registered\n";
@@ -103,28 +119,79 @@ void ReportClasses(void* module, std::ostream& out) {
         } else {
             out << ": registered, no install count\n";
         }
+        classes.push_back(std::move(entry));
     }
+    reply.Document()["classes"] = std::move(classes);
 }
 
-// Why DllRegisterServer/DllUnregisterServer reported a failure, as far as the
-// registry can tell.
-std::string ExplainFailure(void* module, bool doRegister, const std::string& registryFile) {
-    kesto::Ref<COM_IRegistry> registry;
-    HRESULT hr = OpenRegistry(registry);
-    if (FAILED(hr)) return "the registry " + registryFile + " cannot be used: " + HresultText(hr);
+// A class of the module that the registry does not hold, if any.
+std::optional<std::string> UnregisteredClass(void* module) {
+    for (const COM_GUID* clsid : ClassesOf(module)) {
+        ClassState state;
+        if (SUCCEEDED(ReadClassState(*clsid, &state)) && !state.registered) return GuidText(*clsid);
+    }
+    return std::nullopt;
+}
+
+// The module's own entry points, one call each; a transaction of the registry
+// may be wrapped around each call.
+HRESULT CallRegisterServer(void* module) {
+    auto entry = reinterpret_cast<vantle::RegisterServerFunction>(dlsym(module, "DllRegisterServer"));
+    return entry == nullptr ? CO_E_ERRORINDLL : entry();
+}
+
+HRESULT CallUnregisterServer(void* module) {
+    auto entry = reinterpret_cast<vantle::RegisterServerFunction>(dlsym(module, "DllUnregisterServer"));
+    return entry == nullptr ? CO_E_ERRORINDLL : entry();
+}
+
+int RunRegistration(const CommandLine& line, Reply& reply, bool doRegister) {
+    const char* verb = doRegister ? "register" : "unregister";
+    const std::string modulePath = CanonicalPath(line.arguments.empty() ? DefaultModulePath() : line.arguments[0]);
+    const std::string registryFile = RegistryFile();
+    reply.Document()["module"] = modulePath;
+    reply.Document()["registry"] = registryFile;
+    void* module = dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) {
+        const char* why = dlerror();
+        reply.Result(CO_E_DLLNOTFOUND);
+        return reply.Fail(kExitNotFound, std::string("cannot ") + verb + " " + modulePath + ": " +
+                                             HresultText(CO_E_DLLNOTFOUND),
+                          {}, why != nullptr ? why : "");
+    }
     if (!doRegister) {
-        for (const COM_GUID* clsid : ClassesOf(module)) {
-            ClassState state;
-            if (SUCCEEDED(ReadClassState(*clsid, &state)) && !state.registered)
-                return GuidText(*clsid) + " is not registered: " + HresultText(REGDB_E_KEYMISSING);
+        // Before the call, so that the answer does not depend on what the module says.
+        if (std::optional<std::string> missing = UnregisteredClass(module)) {
+            reply.Result(REGDB_E_KEYMISSING);
+            ReportClasses(module, reply);
+            return reply.Fail(kExitNotFound, "cannot unregister " + modulePath + ": " + *missing +
+                                                 " is not registered in " + registryFile + ": " +
+                                                 HresultText(REGDB_E_KEYMISSING));
         }
     }
-    return "the module reported a failure (registry " + registryFile + ")";
+    const HRESULT result = doRegister ? CallRegisterServer(module) : CallUnregisterServer(module);
+    reply.Result(result);
+    if (result == CO_E_ERRORINDLL)
+        return reply.Fail(kExitInternal, std::string("cannot ") + verb + " " + modulePath + ": it has no " +
+                                             (doRegister ? "DllRegisterServer" : "DllUnregisterServer") + ": " +
+                                             HresultText(CO_E_ERRORINDLL));
+    if (result != S_OK) {
+        kesto::Ref<COM_IRegistry> registry;
+        HRESULT open = OpenRegistry(registry);
+        return reply.Fail(kExitInternal, std::string("cannot ") + verb + " " + modulePath + ": " +
+                                             (FAILED(open) ? "the registry " + registryFile +
+                                                                 " cannot be used: " + HresultText(open)
+                                                           : "the module reported " + HresultText(result)));
+    }
+    reply.Text() << (doRegister ? "registered " : "unregistered ") << modulePath << (doRegister ? " in " : " from ")
+                 << registryFile << "\n";
+    ReportClasses(module, reply);
+    return reply.ExitCode();
 }
 
-// Prints the key at `path` below `root` (the current chain goes on) and
-// everything below it.
-HRESULT DumpKey(COM_IRegistry* registry, int root, const std::u16string& path, int depth, std::ostream& out) {
+// The key at `path` below `root` (the current chain goes on) and everything below it.
+HRESULT DumpKey(COM_IRegistry* registry, int root, const std::u16string& path, int depth, std::ostream& out,
+                Json* key) {
     HRESULT hr = registry->OpenRoot(root, kesto::wide(path));
     if (FAILED(hr)) return hr;
     const std::string indent(2 * static_cast<std::size_t>(depth), ' ');
@@ -133,22 +200,30 @@ HRESULT DumpKey(COM_IRegistry* registry, int root, const std::u16string& path, i
     hr = registry->EnumValues(values.out());
     if (FAILED(hr)) return hr;
     kesto::String name;
+    Json valueList = Json::array();
     while ((hr = values->Next(name.out())) == S_OK) {
         std::u16string valueName(name.view());
         out << indent << (valueName.empty() ? std::string("(default)") : ToUtf8(valueName)) << " = ";
         int kind = KESTO_REGISTRY_NONE;
         registry->GetValueKind(kesto::wide(valueName), &kind);
+        Json value{{"name", ToUtf8(valueName)}};
         if (kind == KESTO_REGISTRY_INTEGER) {
             int number = 0;
             registry->GetIntValue(kesto::wide(valueName), &number);
             out << number << "\n";
+            value["kind"] = "integer";
+            value["value"] = number;
         } else {
             kesto::String text;
             registry->GetStringValue(kesto::wide(valueName), text.out());
             out << Quoted(Utf8(text)) << "\n";
+            value["kind"] = "string";
+            value["value"] = Utf8(text);
         }
+        valueList.push_back(std::move(value));
     }
     if (FAILED(hr)) return hr;
+    (*key)["values"] = std::move(valueList);
 
     kesto::Ref<COM_IRegistryEnum> subkeys;
     hr = registry->EnumSubkeys(subkeys.out());
@@ -156,74 +231,58 @@ HRESULT DumpKey(COM_IRegistry* registry, int root, const std::u16string& path, i
     std::vector<std::u16string> children;
     while ((hr = subkeys->Next(name.out())) == S_OK) children.emplace_back(name.view());
     if (FAILED(hr)) return hr;
+    Json subkeyList = Json::array();
     for (const std::u16string& child : children) {
         out << indent << ToUtf8(child) << "\n";
-        hr = DumpKey(registry, root, path.empty() ? child : path + u"\\" + child, depth + 1, out);
+        Json childKey{{"name", ToUtf8(child)}};
+        hr = DumpKey(registry, root, path.empty() ? child : path + u"\\" + child, depth + 1, out, &childKey);
         if (FAILED(hr)) return hr;
+        subkeyList.push_back(std::move(childKey));
     }
+    (*key)["subkeys"] = std::move(subkeyList);
     return S_OK;
 }
 
 }  // namespace
 
-int RunRegisterCommand(const std::string& modulePath, bool doRegister, std::ostream& out, std::ostream& err) {
-    const char* verb = doRegister ? "register" : "unregister";
-    void* module = dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) {
-        const char* why = dlerror();
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": " << HresultText(CO_E_DLLNOTFOUND)
-            << "\n  " << (why != nullptr ? why : "the library cannot be loaded") << "\n";
-        return 1;
-    }
-    const char* entryName = doRegister ? "DllRegisterServer" : "DllUnregisterServer";
-    auto entry = reinterpret_cast<vantle::RegisterServerFunction>(dlsym(module, entryName));
-    if (entry == nullptr) {
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": it has no " << entryName << ": "
-            << HresultText(CO_E_ERRORINDLL) << "\n";
-        return 1;
-    }
-    const std::string registryFile = RegistryFile();
-    HRESULT result = entry();
-    if (result != S_OK) {
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": "
-            << ExplainFailure(module, doRegister, registryFile) << "\n";
-        return 1;
-    }
-    out << (doRegister ? "registered " : "unregistered ") << modulePath << (doRegister ? " in " : " from ")
-        << registryFile << "\n";
-    ReportClasses(module, out);
-    return 0;
+int RunRegister(const CommandLine& line, ServiceSession*, Reply& reply) { return RunRegistration(line, reply, true); }
+
+int RunUnregister(const CommandLine& line, ServiceSession*, Reply& reply) {
+    return RunRegistration(line, reply, false);
 }
 
-int RunRegistryDumpCommand(std::ostream& out, std::ostream& err) {
+int RunRegistry(const CommandLine&, ServiceSession*, Reply& reply) {
     const std::string registryFile = RegistryFile();
-    if (registryFile.empty()) {
-        err << "vantle-assist: registry: no place for it: set KESTO_REGISTRY or HOME\n";
-        return 1;
-    }
-    struct stat status;
-    if (stat(registryFile.c_str(), &status) != 0) {
-        out << "Registry " << registryFile << ": not made yet (nothing is registered)\n";
-        return 0;
+    reply.Document()["registry"] = registryFile.empty() ? Json(nullptr) : Json(registryFile);
+    if (registryFile.empty()) return reply.Fail(kExitInternal, "registry: no place for it: set KESTO_REGISTRY or HOME");
+    struct stat status {};
+    reply.Document()["exists"] = stat(registryFile.c_str(), &status) == 0;
+    reply.Document()["roots"] = Json::array();
+    if (!reply.Document()["exists"].get<bool>()) {
+        reply.Text() << "Registry " << registryFile << ": not made yet (nothing is registered)\n";
+        return reply.ExitCode();
     }
     kesto::Ref<COM_IRegistry> registry;
     HRESULT hr = OpenRegistry(registry);
     if (FAILED(hr)) {
-        err << "vantle-assist: registry " << registryFile << ": " << HresultText(hr) << "\n";
-        return 1;
+        reply.Result(hr);
+        return reply.Fail(kExitInternal, "registry " + registryFile + ": " + HresultText(hr));
     }
-    out << "Registry " << registryFile << "\n";
+    reply.Text() << "Registry " << registryFile << "\n";
     const std::pair<int, const char*> roots[] = {{1, "Classes"}, {2, "Settings"}};
     for (const auto& [root, title] : roots) {
-        out << title << " (root " << root << ")\n";
-        hr = DumpKey(registry.get(), root, u"", 1, out);
+        reply.Text() << title << " (root " << root << ")\n";
+        Json key{{"name", ""}};
+        hr = DumpKey(registry.get(), root, u"", 1, reply.Text(), &key);
         if (FAILED(hr)) {
-            err << "vantle-assist: registry " << registryFile << ": " << HresultText(hr) << "\n";
-            return 1;
+            reply.Result(hr);
+            return reply.Fail(kExitInternal, "registry " + registryFile + ": " + HresultText(hr));
         }
+        reply.Document()["roots"].push_back(Json{{"root", root}, {"name", title}, {"key", std::move(key)}});
     }
     registry->Close();
-    return 0;
+    reply.Result(S_OK);
+    return reply.ExitCode();
 }
 
 }  // namespace vantle::tool

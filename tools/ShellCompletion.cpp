@@ -1,0 +1,204 @@
+// Completion scripts from the command table.
+#include "ShellCompletion.h"
+
+#include "Suggest.h"
+#include "ToolCommandTable.h"
+#include "ToolExit.h"
+
+namespace vantle::tool {
+namespace {
+
+std::string Join(std::span<const std::string_view> words) {
+    std::string text;
+    for (std::string_view word : words) text += (text.empty() ? "" : " ") + std::string(word);
+    return text;
+}
+
+std::string GlobalOptionWords() {
+    std::string text;
+    for (const ToolOption& option : ToolOptions()) {
+        if (option.global) text += (text.empty() ? "" : " ") + std::string(option.name);
+    }
+    return text;
+}
+
+const char* CompletionWord(Completion completion) {
+    switch (completion) {
+        case Completion::kClassName: return "class";
+        case Completion::kMemberName: return "member";
+        case Completion::kFile: return "file";
+        case Completion::kCommand: return "command";
+        case Completion::kShell: return "shell";
+        case Completion::kNothing: break;
+    }
+    return "none";
+}
+
+// What a command's Nth argument completes to, and its options, as shell case arms.
+std::string Arms(const char* indent, const char* joiner) {
+    std::string arms;
+    for (const ToolCommand& command : ToolCommands()) {
+        arms += indent + std::string(command.name) + ")" + joiner + " own=\"" + Join(command.options) +
+                "\"; kinds=\"";
+        for (Completion completion : command.completion) arms += std::string(CompletionWord(completion)) + " ";
+        arms += "\";" + std::string(joiner) + " ;;\n";
+    }
+    return arms;
+}
+
+std::string ValueArms(const char* indent) {
+    std::string arms;
+    for (const ToolOption& option : ToolOptions()) {
+        if (option.valueName.empty()) continue;
+        arms += indent + std::string(option.name) + ") values=\"";
+        if (!option.values.empty()) {
+            arms += Join(option.values) + "\"; files=0 ;;\n";
+        } else {
+            const bool files = option.name == "--dictionary" || option.name == "--module";
+            arms += "\"; files=" + std::string(files ? "1" : "0") + " ;;\n";
+        }
+    }
+    return arms;
+}
+
+std::string CommandWords() {
+    std::string text;
+    for (const ToolCommand& command : ToolCommands()) text += (text.empty() ? "" : " ") + std::string(command.name);
+    return text;
+}
+
+// The shell-neutral core, in POSIX sh words that bash and zsh both read: sets
+// `candidates` (words) or `files` for the word being completed.
+std::string Core() {
+    return "  local verbs=\"" + CommandWords() + "\" globals=\"" + GlobalOptionWords() +
+           "\"\n"
+           "  local command=\"\" own=\"\" kinds=\"\" values=\"\" files=0 position=0 class=\"\" i=1 skip=0\n"
+           "  while [ $i -lt $current ]; do\n"
+           "    word=\"${line[$i]}\"\n"
+           "    if [ $skip = 1 ]; then skip=0\n"
+           "    else case \"$word\" in\n"
+           "      --*=*) ;;\n"
+           "      --dictionary|--max-size|--module|--relative|--import|--color|--flags|--kind) skip=1 ;;\n"
+           "      -*) ;;\n"
+           "      *) if [ -z \"$command\" ]; then command=\"$word\"; else position=$((position + 1)); "
+           "[ $position = 1 ] && class=\"$word\"; fi ;;\n"
+           "    esac; fi\n"
+           "    i=$((i + 1))\n"
+           "  done\n"
+           "  case \"$command\" in\n" +
+           Arms("    ", "") +
+           "  esac\n"
+           "  candidates=\"\"\n"
+           "  if [ $skip = 1 ]; then\n"
+           "    case \"$previous\" in\n" +
+           ValueArms("      ") +
+           "    esac\n"
+           "    candidates=\"$values\"\n"
+           "  elif [ \"${cur#-}\" != \"$cur\" ]; then candidates=\"$globals $own\"\n"
+           "  elif [ -z \"$command\" ]; then candidates=\"$verbs\"\n"
+           "  else\n"
+           "    set -- $kinds\n"
+           "    kind=\"\"; [ $((position + 1)) -le $# ] && eval \"kind=\\${$((position + 1))}\"\n"
+           "    [ \"$command\" = check ] && kind=file\n"
+           "    case \"$kind\" in\n"
+           "      class) candidates=\"$(vantle-assist classes \"$cur\" 2>/dev/null)\" ;;\n"
+           "      member) candidates=\"$(vantle-assist members \"$class\" --flags 31 2>/dev/null | sed 's/()$//')\" "
+           ";;\n"
+           "      file) files=1 ;;\n"
+           "      command) candidates=\"$verbs\" ;;\n"
+           "      shell) candidates=\"bash zsh fish\" ;;\n"
+           "    esac\n"
+           "  fi\n";
+}
+
+std::string Bash() {
+    return "# bash completion for vantle-assist (written by \"vantle-assist completion bash\")\n"
+           "_vantle_assist() {\n"
+           "  local -a line=(\"${COMP_WORDS[@]}\")\n"
+           "  local current=$COMP_CWORD cur=\"${COMP_WORDS[COMP_CWORD]}\" previous=\"${COMP_WORDS[COMP_CWORD-1]}\"\n"
+           "  local word kind candidates\n" +
+           Core() +
+           "  if [ $files = 1 ]; then COMPREPLY=($(compgen -f -- \"$cur\")); return; fi\n"
+           "  COMPREPLY=($(compgen -W \"$candidates\" -- \"$cur\"))\n"
+           "}\n"
+           "complete -F _vantle_assist vantle-assist\n";
+}
+
+std::string Zsh() {
+    return "#compdef vantle-assist\n"
+           "# zsh completion for vantle-assist (written by \"vantle-assist completion zsh\")\n"
+           "_vantle_assist() {\n"
+           "  setopt localoptions shwordsplit\n"
+           "  local -a line\n"
+           "  line=(\"${words[@]:1}\")\n"
+           "  local current=$((CURRENT - 1)) cur=\"${words[CURRENT]}\" previous=\"${words[CURRENT-1]}\"\n"
+           "  local word kind candidates\n" +
+           Core() +
+           "  if [ $files = 1 ]; then _files; return; fi\n"
+           "  compadd -- $candidates\n"
+           "}\n"
+           "_vantle_assist \"$@\"\n";
+}
+
+std::string Fish() {
+    std::string text =
+        "# fish completion for vantle-assist (written by \"vantle-assist completion fish\")\n"
+        "complete -c vantle-assist -f\n";
+    const std::string commands = CommandWords();
+    for (const ToolCommand& command : ToolCommands()) {
+        std::string summary(command.help.substr(0, command.help.find(". ")));
+        for (std::size_t at; (at = summary.find('\'')) != std::string::npos;) summary.replace(at, 1, "");
+        text += "complete -c vantle-assist -n 'not __fish_seen_subcommand_from " + commands + "' -a " +
+                std::string(command.name) + " -d '" + summary + "'\n";
+    }
+    for (const ToolOption& option : ToolOptions()) {
+        std::string help(option.help);
+        for (std::size_t at; (at = help.find('\'')) != std::string::npos;) help.replace(at, 1, "");
+        std::string condition;
+        if (!option.global) {
+            std::string owners;
+            for (const ToolCommand& command : ToolCommands()) {
+                if (CommandTakesOption(command, option.name)) owners += " " + std::string(command.name);
+            }
+            condition = " -n '__fish_seen_subcommand_from" + owners + "'";
+        }
+        text += "complete -c vantle-assist" + condition + " -l " + std::string(option.name.substr(2));
+        if (!option.valueName.empty()) {
+            const bool files = option.name == "--dictionary" || option.name == "--module";
+            text += files ? " -r -F" : " -x";
+            if (!option.values.empty()) text += " -a '" + Join(option.values) + "'";
+        }
+        text += " -d '" + help + "'\n";
+    }
+    text +=
+        "complete -c vantle-assist -n '__fish_seen_subcommand_from classes members type signature origin' -a "
+        "'(vantle-assist classes (commandline -ct) 2>/dev/null)'\n"
+        "complete -c vantle-assist -n '__fish_seen_subcommand_from check register unregister' -F\n"
+        "complete -c vantle-assist -n '__fish_seen_subcommand_from completion' -a 'bash zsh fish'\n"
+        "complete -c vantle-assist -n '__fish_seen_subcommand_from help' -a '" +
+        commands + "'\n";
+    return text;
+}
+
+}  // namespace
+
+std::string CompletionScript(std::string_view shell) {
+    if (shell == "bash") return Bash();
+    if (shell == "zsh") return Zsh();
+    if (shell == "fish") return Fish();
+    return {};
+}
+
+int RunCompletionCommand(const CommandLine& line, ServiceSession*, Reply& reply) {
+    const std::string& shell = line.arguments[0];
+    std::string script = CompletionScript(shell);
+    if (script.empty())
+        return reply.Fail(kExitUsage, "completion: no script for the shell \"" + shell + "\" (bash, zsh or fish)",
+                          Suggest(shell, {"bash", "zsh", "fish"}));
+    reply.Document()["shell"] = shell;
+    reply.Document()["script"] = script;
+    reply.Text() << script;
+    return reply.ExitCode();
+}
+
+}  // namespace vantle::tool

@@ -28,11 +28,14 @@ std::string RegistryFile() {
     return std::string(buffer.data(), length);
 }
 
-// The path people should see: canonical when the file exists, else as typed.
+// The path people should see: absolute, its folders canonical (no "..", no links),
+// the file's own name kept, so that the unversioned name of a library stays.
 std::string CanonicalPath(const std::string& path) {
     std::error_code error;
-    std::filesystem::path canonical = std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
-    return error ? path : canonical.string();
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error).lexically_normal();
+    if (error || !absolute.has_filename()) return path;
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(absolute.parent_path(), error);
+    return error ? absolute.string() : (folder / absolute.filename()).string();
 }
 
 HRESULT OpenRegistry(kesto::Ref<COM_IRegistry>& registry) {

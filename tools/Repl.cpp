@@ -62,27 +62,23 @@ bool UsableHistory(const std::string& path, std::ostream& err) {
 }
 
 void LoadHistory(const std::string& path, std::ostream& err) {
-    std::string content, error;
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0 || !UsableHistory(path, err)) return;
-    if (!ReadRegularFile(path, kHistoryLimit, &content, &error)) {
-        err << "vantle-assist: history not read: " << error << "\n";
+    if (static_cast<std::uint64_t>(status.st_size) > kHistoryLimit) {
+        err << "vantle-assist: the history file " << path << " is larger than " << SizeText(kHistoryLimit)
+            << "; it is not read (and not overwritten)\n";
         return;
     }
-    std::size_t start = 0;
-    while (start < content.size()) {
-        std::size_t end = content.find('\n', start);
-        if (end == std::string::npos) end = content.size();
-        std::string entry = content.substr(start, end - start);
-        if (!entry.empty() && entry.find('\0') == std::string::npos) add_history(entry.c_str());
-        start = end + 1;
-    }
+    read_history(path.c_str());
 }
 
 void SaveHistory(const std::string& path, std::ostream& err) {
     std::error_code ignored;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
-    if (!UsableHistory(path, err)) return;
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0 &&
+        (!S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) > kHistoryLimit))
+        return;
     if (write_history(path.c_str()) != 0) err << "vantle-assist: cannot write the history to " << path << "\n";
 }
 
@@ -183,8 +179,10 @@ int RunLine(ServiceSession& session, PromptState& state, const std::string& text
                 reply.Fail(kExitUsage, "no query \"" + words[1] + "\" at the prompt");
                 return reply.Emit();
             }
+            reply.Document()["commands"] = HelpCommands(words[1], true);
             reply.Text() << CommandHelp(words[1], HelpWidth());
         } else {
+            reply.Document()["commands"] = HelpCommands("", true);
             reply.Text() << PromptHelp(HelpWidth());
         }
         return reply.Emit();
@@ -216,8 +214,9 @@ int RunLine(ServiceSession& session, PromptState& state, const std::string& text
                                    " not a query; type help for what the prompt runs");
         return reply.Emit();
     }
-    Reply answer(out, err, state.json || parsed.json, parsed.command, style);
+    Reply answer(out, err, state.json || parsed.json, parsed.help ? "help" : parsed.command, style);
     if (parsed.help) {
+        answer.Document()["commands"] = HelpCommands(parsed.command, true);
         answer.Text() << CommandHelp(parsed.command, HelpWidth());
         return answer.Emit();
     }
@@ -289,7 +288,8 @@ int RunRepl(const CommandLine& line, ServiceSession* session, Reply& reply) {
         g_completionSession = nullptr;
     }
     reply.Silence();
-    return reply.Raise(worst);
+    // A script fed to the prompt learns whether a line failed; a person saw it.
+    return reply.Raise(interactive ? kExitFound : worst);
 }
 
 }  // namespace vantle::tool

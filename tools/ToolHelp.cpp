@@ -82,6 +82,15 @@ Json CommandJson(const ToolCommand& command) {
 
 }  // namespace
 
+Json HelpCommands(std::string_view name, bool promptOnly) {
+    Json commands = Json::array();
+    for (const ToolCommand& command : ToolCommands()) {
+        if ((name.empty() || command.name == name) && (!promptOnly || command.atPrompt))
+            commands.push_back(CommandJson(command));
+    }
+    return commands;
+}
+
 std::size_t HelpWidth() {
     struct winsize size {};
     if (isatty(STDOUT_FILENO) && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
@@ -183,14 +192,13 @@ int RunHelpCommand(const CommandLine& line, Reply& reply) {
                               : line.command != "help"  ? line.command
                                                         : std::string();
     if (topic.empty()) {
-        Json commands = Json::array(), options = Json::array(), exits = Json::array();
-        for (const ToolCommand& command : ToolCommands()) commands.push_back(CommandJson(command));
+        Json options = Json::array(), exits = Json::array();
         for (const ToolOption& option : ToolOptions()) {
             if (option.global) options.push_back(OptionJson(option));
         }
         for (const ExitRow& row : kExitRows)
             exits.push_back(Json{{"code", row.code}, {"status", ExitStatusName(row.code)}, {"meaning", row.meaning}});
-        reply.Document()["commands"] = commands;
+        reply.Document()["commands"] = HelpCommands("", false);
         reply.Document()["options"] = options;
         reply.Document()["exitCodes"] = exits;
         reply.Text() << GeneralHelp(width);
@@ -202,7 +210,7 @@ int RunHelpCommand(const CommandLine& line, Reply& reply) {
         for (const ToolCommand& entry : ToolCommands()) names.emplace_back(entry.name);
         return reply.Fail(kExitUsage, "unknown command \"" + topic + "\"", Suggest(topic, names));
     }
-    reply.Document()["commands"] = Json::array({CommandJson(*command)});
+    reply.Document()["commands"] = HelpCommands(topic, false);
     reply.Text() << CommandHelp(topic, width);
     return reply.ExitCode();
 }

@@ -27,6 +27,9 @@ std::string GeneralHelp(std::size_t width);
 // The commands and settings of the prompt.
 std::string PromptHelp(std::size_t width);
 
+// The "commands" of a help document: every command, those the prompt runs, or one.
+Json HelpCommands(std::string_view command, bool promptOnly);
+
 // "help [COMMAND]" and --help: the overview, or one command's help (exit 2 for an
 // unknown one); with --json the same as a document.
 int RunHelpCommand(const CommandLine& line, Reply& reply);

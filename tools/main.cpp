@@ -41,7 +41,8 @@ int RunTool(const std::vector<std::string>& words, std::ostream& out, std::ostre
         reply.Fail(kExitUsage, error.message, error.suggestions, "see vantle-assist --help");
         return reply.Emit();
     }
-    Reply reply(out, err, line.json, line.command, TextStyle{WantsColor(line.color)});
+    // --help of a command answers as the help command does.
+    Reply reply(out, err, line.json, line.help ? std::string("help") : line.command, TextStyle{WantsColor(line.color)});
     if (line.version) {
         reply.Document()["version"] = VANTLE_VERSION_STRING;
         reply.Text() << "vantle-assist " VANTLE_VERSION_STRING "\n";

@@ -1,6 +1,7 @@
 // The tour of a dictionary.
 #include "Demo.h"
 
+#include <filesystem>
 #include <sstream>
 
 #include "ToolCommandTable.h"
@@ -78,8 +79,9 @@ std::vector<DemoStep> StepsFor(ServiceSession& session) {
 
 }  // namespace
 
-int RunDemo(const CommandLine& line, ServiceSession* session, Reply& reply) {
-    const bool bundled = !line.dictionary.has_value() && session->Settings().dictionaryPath == DefaultDictionaryPath();
+int RunDemo(const CommandLine&, ServiceSession* session, Reply& reply) {
+    std::error_code error;
+    const bool bundled = std::filesystem::equivalent(session->Settings().dictionaryPath, BundledDictionaryPath(), error);
     const std::vector<DemoStep> steps =
         bundled ? std::vector<DemoStep>(std::begin(kShopSteps), std::end(kShopSteps)) : StepsFor(*session);
     const bool color = reply.Style().color;
@@ -100,6 +102,7 @@ int RunDemo(const CommandLine& line, ServiceSession* session, Reply& reply) {
         if (!step.heading.empty()) reply.Text() << "\n" << bold << step.heading << plain << "\n";
         reply.Text() << dim << "  $ vantle-assist " << step.command << plain << "\n";
         // Settings of a step hold for that step only.
+        const SessionSettings before = session->Settings();
         if (parsed.relative) session->SetRelativeClass(*parsed.relative);
         if (parsed.imports) session->SetImportList(*parsed.imports);
         if (parsed.noInherited) session->SetIncludeInherited(false);
@@ -116,9 +119,9 @@ int RunDemo(const CommandLine& line, ServiceSession* session, Reply& reply) {
         }
         std::istringstream lines(answer.str() + problems.str());
         for (std::string text; std::getline(lines, text);) reply.Text() << "    " << text << "\n";
-        if (parsed.relative) session->SetRelativeClass("");
-        if (parsed.imports) session->SetImportList("");
-        if (parsed.noInherited) session->SetIncludeInherited(true);
+        if (parsed.relative) session->SetRelativeClass(before.relativeClass);
+        if (parsed.imports) session->SetImportList(before.importList);
+        if (parsed.noInherited) session->SetIncludeInherited(before.includeInherited);
     }
     reply.Document()["steps"] = std::move(documents);
     return reply.ExitCode();

@@ -180,7 +180,7 @@ int RunLine(ServiceSession& session, PromptState& state, const std::string& text
                 return reply.Emit();
             }
             reply.Document()["commands"] = HelpCommands(words[1], true);
-            reply.Text() << CommandHelp(words[1], HelpWidth());
+            reply.Text() << CommandHelp(words[1], HelpWidth(), true);
         } else {
             reply.Document()["commands"] = HelpCommands("", true);
             reply.Text() << PromptHelp(HelpWidth());
@@ -217,7 +217,7 @@ int RunLine(ServiceSession& session, PromptState& state, const std::string& text
     Reply answer(out, err, state.json || parsed.json, parsed.help ? "help" : parsed.command, style);
     if (parsed.help) {
         answer.Document()["commands"] = HelpCommands(parsed.command, true);
-        answer.Text() << CommandHelp(parsed.command, HelpWidth());
+        answer.Text() << CommandHelp(parsed.command, HelpWidth(), true);
         return answer.Emit();
     }
     if (!parsed.flags && state.flags) parsed.flags = state.flags;

@@ -42,6 +42,10 @@ std::string DefaultModulePath() {
 std::string DefaultDictionaryPath() {
     if (const char* fromEnvironment = std::getenv("VANTLE_DICTIONARY"); fromEnvironment && *fromEnvironment)
         return fromEnvironment;
+    return BundledDictionaryPath();
+}
+
+std::string BundledDictionaryPath() {
     const std::string path = ExecutableDirectory() + "/" VANTLE_BIN_TO_DATA "/vantle/dictionaries/shop.json";
     std::error_code error;
     const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, error);

@@ -75,8 +75,10 @@ private:
 
 // The component library beside the tool: <exe dir>/../lib/libvantleassist.so.
 std::string DefaultModulePath();
-// The bundled dictionary: $VANTLE_DICTIONARY, else <exe dir>/<bin to data>/vantle/dictionaries/shop.json.
+// The dictionary the tool loads without --dictionary: $VANTLE_DICTIONARY, else the bundled one.
 std::string DefaultDictionaryPath();
+// The bundled dictionary: <exe dir>/<bin to data>/vantle/dictionaries/shop.json, canonical.
+std::string BundledDictionaryPath();
 // Every problem of the tree's last load, one per entry (GetLoadErrors), or `first`
 // alone when the tree keeps no list.
 std::vector<std::string> LoadProblems(COM_ITNodeManager* tree, const std::string& first);

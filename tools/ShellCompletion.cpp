@@ -67,18 +67,48 @@ std::string CommandWords() {
     return text;
 }
 
+// Options that take a value, as a shell pattern ("--a|--b").
+std::string ValueOptionPattern() {
+    std::string text;
+    for (const ToolOption& option : ToolOptions()) {
+        if (!option.valueName.empty()) text += (text.empty() ? "" : "|") + std::string(option.name);
+    }
+    return text;
+}
+
+// The member filter each command's member argument completes from.
+std::string MemberFilterArms(const char* indent) {
+    std::string arms;
+    for (const ToolCommand& command : ToolCommands()) {
+        if (command.memberKinds == 0) continue;
+        unsigned int filter = 8;  // internal members too
+        if (command.memberKinds & kMethods) filter |= 1 | 2;
+        if (command.memberKinds & kProperties) filter |= 4;
+        if (command.memberKinds & kParameters) filter |= 16;
+        arms += indent + std::string(command.name) + ") filter=" + std::to_string(filter) + " ;;\n";
+    }
+    return arms;
+}
+
 // The shell-neutral core, in POSIX sh words that bash and zsh both read: sets
-// `candidates` (words) or `files` for the word being completed.
+// `candidates` (words) or `files` for the word being completed. Class and member
+// names come from the tool, from the dictionary the line names if it names one.
 std::string Core() {
     return "  local verbs=\"" + CommandWords() + "\" globals=\"" + GlobalOptionWords() +
            "\"\n"
            "  local command=\"\" own=\"\" kinds=\"\" values=\"\" files=0 position=0 class=\"\" i=1 skip=0\n"
+           "  local option=\"\" dictionary=\"\" filter=\"\" kindOption=\"\"\n"
            "  while [ $i -lt $current ]; do\n"
            "    word=\"${line[$i]}\"\n"
-           "    if [ $skip = 1 ]; then skip=0\n"
+           "    if [ $skip = 1 ]; then\n"
+           "      skip=0\n"
+           "      [ \"$option\" = --dictionary ] && dictionary=\"$word\"\n"
+           "      [ \"$option\" = --kind ] && kindOption=\"$word\"\n"
            "    else case \"$word\" in\n"
+           "      --dictionary=*) dictionary=\"${word#--dictionary=}\" ;;\n"
+           "      --kind=*) kindOption=\"${word#--kind=}\" ;;\n"
            "      --*=*) ;;\n"
-           "      --dictionary|--max-size|--module|--relative|--import|--color|--flags|--kind) skip=1 ;;\n"
+           "      " + ValueOptionPattern() + ") skip=1; option=\"$word\" ;;\n"
            "      -*) ;;\n"
            "      *) if [ -z \"$command\" ]; then command=\"$word\"; else position=$((position + 1)); "
            "[ $position = 1 ] && class=\"$word\"; fi ;;\n"
@@ -88,12 +118,22 @@ std::string Core() {
            "  case \"$command\" in\n" +
            Arms("    ", "") +
            "  esac\n"
+           "  case \"$command\" in\n" +
+           MemberFilterArms("    ") +
+           "  esac\n"
+           "  case \"$kindOption\" in\n"
+           "    method|4|2) filter=11 ;;\n"
+           "    property|5) filter=12 ;;\n"
+           "    parameter|10) filter=24 ;;\n"
+           "  esac\n"
            "  candidates=\"\"\n"
            "  if [ $skip = 1 ]; then\n"
            "    case \"$previous\" in\n" +
            ValueArms("      ") +
            "    esac\n"
            "    candidates=\"$values\"\n"
+           "    [ \"$previous\" = --relative ] && candidates=\"$(vantle-assist ${dictionary:+--dictionary "
+           "\"$dictionary\"} classes \"$cur\" 2>/dev/null)\"\n"
            "  elif [ \"${cur#-}\" != \"$cur\" ]; then candidates=\"$globals $own\"\n"
            "  elif [ -z \"$command\" ]; then candidates=\"$verbs\"\n"
            "  else\n"
@@ -101,9 +141,10 @@ std::string Core() {
            "    kind=\"\"; [ $((position + 1)) -le $# ] && eval \"kind=\\${$((position + 1))}\"\n"
            "    [ \"$command\" = check ] && kind=file\n"
            "    case \"$kind\" in\n"
-           "      class) candidates=\"$(vantle-assist classes \"$cur\" 2>/dev/null)\" ;;\n"
-           "      member) candidates=\"$(vantle-assist members \"$class\" --flags 31 2>/dev/null | sed 's/()$//')\" "
-           ";;\n"
+           "      class) candidates=\"$(vantle-assist ${dictionary:+--dictionary \"$dictionary\"} classes \"$cur\" "
+           "2>/dev/null)\" ;;\n"
+           "      member) candidates=\"$(vantle-assist ${dictionary:+--dictionary \"$dictionary\"} members \"$class\" "
+           "--flags \"$filter\" 2>/dev/null | sed 's/()$//')\" ;;\n"
            "      file) files=1 ;;\n"
            "      command) candidates=\"$verbs\" ;;\n"
            "      shell) candidates=\"bash zsh fish\" ;;\n"

@@ -130,7 +130,7 @@ std::string Wrap(std::string_view text, std::size_t width, std::size_t indent) {
     return out;
 }
 
-std::string CommandHelp(std::string_view name, std::size_t width) {
+std::string CommandHelp(std::string_view name, std::size_t width, bool atPrompt) {
     const ToolCommand* command = FindToolCommand(name);
     if (command == nullptr) return {};
     std::string text = "Usage: vantle-assist " + std::string(command->usage) + "\n\n" + Wrap(command->help, width, 0) +
@@ -142,6 +142,11 @@ std::string CommandHelp(std::string_view name, std::size_t width) {
             text += Row(OptionLeft(entry), entry.help, width);
         }
         text += "\n";
+    }
+    if (atPrompt) {
+        return text + "Options of every query at the prompt:\n" +
+               Row(OptionLeft(*FindToolOption("--json")), FindToolOption("--json")->help, width) +
+               Row(OptionLeft(*FindToolOption("--help")), FindToolOption("--help")->help, width);
     }
     return text + GlobalOptions(width);
 }

@@ -21,8 +21,9 @@ std::size_t HelpWidth();
 // `text` wrapped to `width` columns, each line after the first indented by `indent`.
 std::string Wrap(std::string_view text, std::size_t width, std::size_t indent);
 
-// Empty for a name that is no command.
-std::string CommandHelp(std::string_view command, std::size_t width);
+// Empty for a name that is no command. At the prompt only the options the prompt
+// takes are listed.
+std::string CommandHelp(std::string_view command, std::size_t width, bool atPrompt = false);
 std::string GeneralHelp(std::size_t width);
 // The commands and settings of the prompt.
 std::string PromptHelp(std::size_t width);

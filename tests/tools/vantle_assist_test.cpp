@@ -334,10 +334,19 @@ TEST_F(Tool, ThePromptReadsCommandsFromAPipe) {
         EXPECT_EQ(failing.out, "Util.Format\n") << line;
         ExpectIn(failing.err, message, line);
     }
+    Outcome help = Run("repl", "help members\nmembers --help\n");
+    ExpectIn(help.out, "  --kind KIND ");
+    EXPECT_EQ(help.out.find("--dictionary"), std::string::npos) << "the prompt's help offers only what it takes";
     // A dictionary that breaks meanwhile: the old one stays.
     WriteFile(m_folder / "live.json", ReadFile(m_folder / "spec.json"));
-    run = Run("repl --dictionary live.json", "classes\n:reload\nclasses\n");
-    EXPECT_EQ(run.out, "A.D\nreloaded live.json\nA.D\n");
+    const std::string command = "cd '" + m_folder.path.string() +
+                                "' && { echo classes; sleep 0.3; echo '{\"classes\": [' > live.json; echo :reload; "
+                                "echo classes; } | '" VANTLE_TOOL_PATH "' repl --dictionary live.json > out 2> err";
+    const int raw = std::system(command.c_str());
+    EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 3) << "the failed reload's code";
+    EXPECT_EQ(ReadFile(m_folder / "out"), "A.D\nA.D\n");
+    ExpectIn(ReadFile(m_folder / "err"), "live.json:2:1: syntax error");
+    ExpectIn(ReadFile(m_folder / "err"), "the dictionary loaded before stays in use");
 }
 
 TEST_F(Tool, OutputThatCannotBeWrittenIsExitFour) {
@@ -360,6 +369,34 @@ TEST_F(Tool, AClosedPipeEndsTheToolQuietly) {
     ASSERT_EQ(std::system(command.c_str()), 0);
     EXPECT_EQ(ReadFile(m_folder / "status"), "4\n");
     EXPECT_EQ(ReadFile(m_folder / "err"), "");
+}
+
+// The bash script the tool writes, run by bash: what Tab offers after each line.
+TEST_F(Tool, TheBashCompletionOffersWhatTheParserTakes) {
+    WriteFile(m_folder / "completion.bash", Run("completion bash").out);
+    const std::string folder = std::filesystem::path(VANTLE_TOOL_PATH).parent_path().string();
+    const std::pair<const char*, const char*> cases[] = {
+        {"vantle-assist mem", "members"},
+        {"vantle-assist members Shop.Or", "Shop.Order"},
+        {"vantle-assist signature Shop.Order S", "Save Stamp Submit"},
+        {"vantle-assist origin Shop.Order --kind property Tr", "Trail"},
+        {"vantle-assist type Shop.Order --", "--json --dictionary --max-size --module --relative --import "
+                                             "--no-inherited --color --help --version"},
+        {"vantle-assist members X --kind p", "property parameter"},
+        {"vantle-assist --color ", "auto always never"},
+        {"vantle-assist --relative Util.F", "Util.Format"},
+        {"vantle-assist --dictionary spec.json classes ", "A.D"},
+        {"vantle-assist completion ", "bash zsh fish"},
+    };
+    for (const auto& [typed, offered] : cases) {
+        const std::string script = "cd '" + m_folder.path.string() + "' && PATH='" + folder +
+                                   "':$PATH bash -c 'source completion.bash; COMP_WORDS=(" + typed +
+                                   (std::string(typed).back() == ' ' ? " \"\"" : "") +
+                                   "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vantle_assist; "
+                                   "echo \"${COMPREPLY[*]}\"' > completion.out";
+        ASSERT_EQ(std::system(script.c_str()), 0) << typed;
+        EXPECT_EQ(ReadFile(m_folder / "completion.out"), std::string(offered) + "\n") << typed;
+    }
 }
 
 // The rules of formal argument lists, without a dictionary around them.

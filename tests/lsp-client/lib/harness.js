@@ -5,7 +5,7 @@
 // (RawServer). Every server is checked on close: a sanitizer report on its stderr
 // fails the test that started it.
 
-const { spawn, execFileSync } = require('node:child_process');
+const { spawn, spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
@@ -475,17 +475,20 @@ function units(text, encoding) {
   throw new Error(`unknown encoding ${encoding}`);
 }
 
-// The component's own answer, through the host tool.
+// The component's own answer, through the host tool: one JSON document, exit 0
+// (found) or 1 (not found); anything else is a failure of the tool.
 function assist(...args) {
-  const out = execFileSync(ASSIST, [...args, '--json'], { encoding: 'utf8' });
-  return JSON.parse(out);
+  const run = spawnSync(ASSIST, [...args, '--json'], { encoding: 'utf8' });
+  if (run.status !== 0 && run.status !== 1) {
+    throw new Error(`vantle-assist ${args.join(' ')} exited ${run.status}: ${run.stdout}${run.stderr}`);
+  }
+  return JSON.parse(run.stdout);
 }
 
-// Member names as the component lists them (`Name(` for methods), without the `(`.
+// Member names as the component lists them.
 function assistMembers(className, ...options) {
   const answer = assist('members', className, ...options);
-  if (!answer.list) return [];
-  return answer.list.split(',').filter(Boolean).map((entry) => entry.split('\t')[0].replace(/\($/, ''));
+  return (answer.members || []).map((member) => member.name);
 }
 
 function assistSignature(className, method, argument) {
@@ -495,7 +498,7 @@ function assistSignature(className, method, argument) {
 
 function assistClasses(prefix) {
   const answer = assist('classes', prefix);
-  return answer.list ? answer.list.split(',').filter(Boolean) : [];
+  return (answer.classes || []).map((entry) => entry.name);
 }
 
 // A new folder under the system's temporary folder, removed when the test file ends.

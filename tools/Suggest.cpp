@@ -31,7 +31,7 @@ std::size_t DoubledEditDistance(std::string_view a, std::string_view b) {
 }
 
 std::vector<std::string> Suggest(std::string_view typed, const std::vector<std::string>& known) {
-    const std::size_t limit = 2 * std::max<std::size_t>(1, typed.size() / 3);
+    const std::size_t limit = 2 * std::max<std::size_t>(1, (typed.size() + 2) / 4);
     std::vector<std::pair<std::size_t, std::string>> close;
     for (const std::string& name : known) {
         if (name == typed) continue;

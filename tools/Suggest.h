@@ -1,7 +1,7 @@
 // Suggest: "did you mean" for a mistyped command, option, class or member: the
 // known names closest to the typed one by edit distance (insert, delete, replace,
 // swap of neighbours; case differences cost half), only those close enough to be
-// a slip (at most a third of the name's length, at least one edit), best first,
+// a slip (about a quarter of the name's length, at least one edit), best first,
 // at most three.
 #ifndef VANTLE_TOOLS_SUGGEST_H_
 #define VANTLE_TOOLS_SUGGEST_H_

@@ -457,6 +457,7 @@ TEST(Suggest, OffersCloseNamesOnly) {
     EXPECT_EQ(Suggest("Shop.Orde", names), (std::vector<std::string>{"Shop.Order", "Shop.Orders"}));
     EXPECT_TRUE(Suggest("x", names).empty());
     EXPECT_TRUE(Suggest("register", names).empty());
+    EXPECT_TRUE(Suggest("Shop.Nope", {"Shop.Line", "Shop.Order"}).empty()) << "three slips in nine letters is another name";
 }
 
 }  // namespace

@@ -28,16 +28,6 @@ std::string RegistryFile() {
     return std::string(buffer.data(), length);
 }
 
-// The path people should see: absolute, its folders canonical (no "..", no links),
-// the file's own name kept, so that the unversioned name of a library stays.
-std::string CanonicalPath(const std::string& path) {
-    std::error_code error;
-    const std::filesystem::path absolute = std::filesystem::absolute(path, error).lexically_normal();
-    if (error || !absolute.has_filename()) return path;
-    const std::filesystem::path folder = std::filesystem::weakly_canonical(absolute.parent_path(), error);
-    return error ? absolute.string() : (folder / absolute.filename()).string();
-}
-
 HRESULT OpenRegistry(kesto::Ref<COM_IRegistry>& registry) {
     return COM_CreateInstance(COM_CLSID_Registry, nullptr, COM_IID_IRegistry, registry.out_void());
 }

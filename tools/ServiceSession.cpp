@@ -30,6 +30,15 @@ std::string ExecutableDirectory() {
 
 }  // namespace
 
+std::string CanonicalPath(const std::string& path) {
+    if (path.find('/') == std::string::npos) return path;  // a library name, searched for by dlopen
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error).lexically_normal();
+    if (error || !absolute.has_filename()) return path;
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(absolute.parent_path(), error);
+    return error ? absolute.string() : (folder / absolute.filename()).string();
+}
+
 // The build tree keeps its libraries in lib/, an installation in its library
 // folder (lib/<multiarch> on Debian); both are tried, the installed one first.
 std::string DefaultModulePath() {
@@ -79,7 +88,7 @@ bool ServiceSession::CreateService(const SessionSettings& settings, std::vector<
         }
     }
     // Not registered (or a module was named): load the library ourselves.
-    const std::string path = settings.modulePath.empty() ? DefaultModulePath() : settings.modulePath;
+    const std::string path = CanonicalPath(settings.modulePath.empty() ? DefaultModulePath() : settings.modulePath);
     void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         const char* why = dlerror();

@@ -73,6 +73,10 @@ private:
     SessionSettings settings_;
 };
 
+// The path people should see: absolute, its folders canonical (no "..", no links),
+// the file's own name kept, so that the unversioned name of a library stays. A bare
+// name (no "/") stays as it is: dlopen searches the library path for it.
+std::string CanonicalPath(const std::string& path);
 // The component library beside the tool: <exe dir>/../lib/libvantleassist.so.
 std::string DefaultModulePath();
 // The dictionary the tool loads without --dictionary: $VANTLE_DICTIONARY, else the bundled one.

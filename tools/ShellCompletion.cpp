@@ -10,14 +10,19 @@ namespace {
 
 std::string Join(std::span<const std::string_view> words) {
     std::string text;
-    for (std::string_view word : words) text += (text.empty() ? "" : " ") + std::string(word);
+    for (std::string_view word : words) {
+        if (!text.empty()) text += ' ';
+        text += word;
+    }
     return text;
 }
 
 std::string GlobalOptionWords() {
     std::string text;
     for (const ToolOption& option : ToolOptions()) {
-        if (option.global) text += (text.empty() ? "" : " ") + std::string(option.name);
+        if (!option.global) continue;
+        if (!text.empty()) text += ' ';
+        text += option.name;
     }
     return text;
 }
@@ -63,15 +68,23 @@ std::string ValueArms(const char* indent) {
 
 std::string CommandWords() {
     std::string text;
-    for (const ToolCommand& command : ToolCommands()) text += (text.empty() ? "" : " ") + std::string(command.name);
+    for (const ToolCommand& command : ToolCommands()) {
+        if (!text.empty()) text += ' ';
+        text += command.name;
+    }
     return text;
 }
+
+// Texts are appended piece by piece throughout: GCC 12 at -O3 takes "literal" +
+// string for an overlapping copy and warns.
 
 // Options that take a value, as a shell pattern ("--a|--b").
 std::string ValueOptionPattern() {
     std::string text;
     for (const ToolOption& option : ToolOptions()) {
-        if (!option.valueName.empty()) text += (text.empty() ? "" : "|") + std::string(option.name);
+        if (option.valueName.empty()) continue;
+        if (!text.empty()) text += '|';
+        text += option.name;
     }
     return text;
 }
@@ -94,7 +107,9 @@ std::string MemberFilterArms(const char* indent) {
 // `candidates` (words) or `files` for the word being completed. Class and member
 // names come from the tool, from the dictionary the line names if it names one.
 std::string Core() {
-    return "  local verbs=\"" + CommandWords() + "\" globals=\"" + GlobalOptionWords() +
+    std::string text = "  local verbs=\"";
+    text += CommandWords();
+    return text + "\" globals=\"" + GlobalOptionWords() +
            "\"\n"
            "  local command=\"\" own=\"\" kinds=\"\" values=\"\" files=0 position=0 class=\"\" i=1 skip=0\n"
            "  local option=\"\" dictionary=\"\" filter=\"\" kindOption=\"\"\n"
@@ -199,7 +214,9 @@ std::string Fish() {
         if (!option.global) {
             std::string owners;
             for (const ToolCommand& command : ToolCommands()) {
-                if (CommandTakesOption(command, option.name)) owners += " " + std::string(command.name);
+                if (!CommandTakesOption(command, option.name)) continue;
+                owners += ' ';
+                owners += command.name;
             }
             condition = " -n '__fish_seen_subcommand_from" + owners + "'";
         }

@@ -45,7 +45,10 @@ std::string Row(std::string_view left, std::string_view right, std::size_t width
 
 std::string OptionLeft(const ToolOption& option) {
     std::string left(option.name);
-    if (!option.valueName.empty()) left += " " + std::string(option.valueName);
+    if (!option.valueName.empty()) {
+        left += ' ';
+        left += option.valueName;
+    }
     return left;
 }
 
@@ -108,7 +111,8 @@ std::string Wrap(std::string_view text, std::size_t width, std::size_t indent) {
             continue;
         }
         if (text[start] == '\n') {
-            out += "\n" + std::string(indent, ' ');
+            out += '\n';
+            out.append(indent, ' ');
             column = 0;
             ++start;
             continue;
@@ -117,7 +121,8 @@ std::string Wrap(std::string_view text, std::size_t width, std::size_t indent) {
         if (end == std::string_view::npos) end = text.size();
         const std::size_t length = end - start;
         if (column > 0 && column + 1 + length > width) {
-            out += "\n" + std::string(indent, ' ');
+            out += '\n';
+            out.append(indent, ' ');
             column = 0;
         } else if (column > 0) {
             out += " ";
@@ -159,12 +164,16 @@ std::string GeneralHelp(std::size_t width) {
              width, 0) +
         "\n\nCommands:\n";
     for (const ToolCommand& command : ToolCommands()) text += Row(command.usage, Summary(command.help), width, 38);
-    text += "\n" + GlobalOptions(width) + "\nOptions of single commands:\n";
+    text += '\n';
+    text += GlobalOptions(width);
+    text += "\nOptions of single commands:\n";
     for (const ToolOption& option : ToolOptions()) {
         if (!option.global) text += Row(OptionLeft(option), option.help, width);
     }
-    text += "\n" + ExitCodes(width);
-    text += "\n" + Wrap("Environment: NO_COLOR (no colours), TERM=dumb (no colours), VANTLE_DICTIONARY (the "
+    text += '\n';
+    text += ExitCodes(width);
+    text += '\n';
+    text += Wrap("Environment: NO_COLOR (no colours), TERM=dumb (no colours), VANTLE_DICTIONARY (the "
                         "default dictionary), KESTO_REGISTRY (the registry file), XDG_STATE_HOME (the prompt's "
                         "history).",
                         width, 0) +

@@ -196,6 +196,16 @@ std::string Zsh() {
            "_vantle_assist \"$@\"\n";
 }
 
+// Text for inside fish's single quotes: a quote and a backslash escaped.
+std::string FishQuoted(const std::string& text) {
+    std::string out;
+    for (char c : text) {
+        if (c == '\'' || c == '\\') out += '\\';
+        out += c;
+    }
+    return out;
+}
+
 std::string Fish() {
     std::string text =
         "# fish completion for vantle-assist (written by \"vantle-assist completion fish\")\n"
@@ -203,13 +213,13 @@ std::string Fish() {
     const std::string commands = CommandWords();
     for (const ToolCommand& command : ToolCommands()) {
         std::string summary(command.help.substr(0, command.help.find(". ")));
-        for (std::size_t at; (at = summary.find('\'')) != std::string::npos;) summary.replace(at, 1, "");
+        summary = FishQuoted(summary);
         text += "complete -c vantle-assist -n 'not __fish_seen_subcommand_from " + commands + "' -a " +
                 std::string(command.name) + " -d '" + summary + "'\n";
     }
     for (const ToolOption& option : ToolOptions()) {
         std::string help(option.help);
-        for (std::size_t at; (at = help.find('\'')) != std::string::npos;) help.replace(at, 1, "");
+        help = FishQuoted(help);
         std::string condition;
         if (!option.global) {
             std::string owners;

@@ -399,6 +399,29 @@ TEST_F(Tool, TheBashCompletionOffersWhatTheParserTakes) {
     }
 }
 
+// The zsh script must parse; the fish script is asked by fish what it completes.
+TEST_F(Tool, TheZshAndFishScriptsAreReadByTheirShells) {
+    if (std::system("command -v zsh > /dev/null && command -v fish > /dev/null") != 0)
+        GTEST_SKIP() << "zsh or fish is missing (scripts/setup.sh installs them)";
+    WriteFile(m_folder / "_vantle-assist", Run("completion zsh").out);
+    WriteFile(m_folder / "vantle-assist.fish", Run("completion fish").out);
+    EXPECT_EQ(std::system(("zsh -n '" + (m_folder / "_vantle-assist") + "'").c_str()), 0);
+    const std::string folder = std::filesystem::path(VANTLE_TOOL_PATH).parent_path().string();
+    const std::pair<const char*, const char*> cases[] = {
+        {"vantle-assist mem", "members\tLists the members of CLASS as the editor's completion list does\n"},
+        {"vantle-assist members Shop.Or", "Shop.Order\n"},
+        {"vantle-assist members X --kind pa", "parameter\tmethod, property or parameter (numbers 4, 2, 5, 10 too)\n"},
+        {"vantle-assist completion ", "bash\nfish\nzsh\n"},
+    };
+    for (const auto& [typed, offered] : cases) {
+        const std::string script = "cd '" + m_folder.path.string() + "' && PATH='" + folder +
+                                   "':$PATH fish --no-config -c 'source vantle-assist.fish; complete -C \"" + typed +
+                                   "\"' > completion.out";
+        ASSERT_EQ(std::system(script.c_str()), 0) << typed;
+        EXPECT_EQ(ReadFile(m_folder / "completion.out"), offered) << typed;
+    }
+}
+
 // The rules of formal argument lists, without a dictionary around them.
 TEST(FormalSpec, ProblemsAreFoundWhereTheServiceWouldMisrender) {
     const struct {

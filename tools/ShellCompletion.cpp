@@ -206,6 +206,35 @@ std::string FishQuoted(const std::string& text) {
     return out;
 }
 
+// Options that take a value, as fish case words.
+std::string FishValueOptions() {
+    std::string text;
+    for (const ToolOption& option : ToolOptions()) {
+        if (option.valueName.empty()) continue;
+        if (!text.empty()) text += ' ';
+        text += option.name;
+    }
+    return text;
+}
+
+// The member filter of each command whose second argument is a member.
+std::string FishFilterArms() {
+    std::string arms;
+    for (const ToolCommand& command : ToolCommands()) {
+        if (command.memberKinds == 0) continue;
+        unsigned int filter = 8;
+        if (command.memberKinds & kMethods) filter |= 1 | 2;
+        if (command.memberKinds & kProperties) filter |= 4;
+        if (command.memberKinds & kParameters) filter |= 16;
+        arms += "        case ";
+        arms += command.name;
+        arms += "\n            set filter ";
+        arms += std::to_string(filter);
+        arms += '\n';
+    }
+    return arms;
+}
+
 std::string Fish() {
     std::string text =
         "# fish completion for vantle-assist (written by \"vantle-assist completion fish\")\n"
@@ -239,8 +268,36 @@ std::string Fish() {
         text += " -d '" + help + "'\n";
     }
     text +=
-        "complete -c vantle-assist -n '__fish_seen_subcommand_from classes members type signature origin' -a "
-        "'(vantle-assist classes (commandline -ct) 2>/dev/null)'\n"
+        "function __vantle_assist_words\n"
+        "    set -l skip 0\n"
+        "    for word in (commandline -opc)[2..-1]\n"
+        "        if test $skip = 1\n"
+        "            set skip 0\n"
+        "            continue\n"
+        "        end\n"
+        "        switch $word\n"
+        "            case " + FishValueOptions() + "\n"
+        "                set skip 1\n"
+        "            case '-*'\n"
+        "            case '*'\n"
+        "                echo $word\n"
+        "        end\n"
+        "    end\n"
+        "end\n"
+        "function __vantle_assist_members\n"
+        "    set -l words (__vantle_assist_words)\n"
+        "    test (count $words) -eq 2; or return\n"
+        "    set -l filter\n"
+        "    switch $words[1]\n" +
+        FishFilterArms() +
+        "        case '*'\n"
+        "            return\n"
+        "    end\n"
+        "    vantle-assist members $words[2] --flags $filter 2>/dev/null | string replace -r '\\(\\)$' ''\n"
+        "end\n"
+        "complete -c vantle-assist -n '__fish_seen_subcommand_from classes members type signature origin; and test "
+        "(count (__vantle_assist_words)) -eq 1' -a '(vantle-assist classes (commandline -ct) 2>/dev/null)'\n"
+        "complete -c vantle-assist -n 'test (count (__vantle_assist_words)) -eq 2' -a '(__vantle_assist_members)'\n"
         "complete -c vantle-assist -n '__fish_seen_subcommand_from check register unregister' -F\n"
         "complete -c vantle-assist -n '__fish_seen_subcommand_from completion' -a 'bash zsh fish'\n"
         "complete -c vantle-assist -n '__fish_seen_subcommand_from help' -a '" +

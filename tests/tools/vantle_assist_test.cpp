@@ -137,6 +137,8 @@ const Row kRows[] = {
     // Registration names shared libraries and canonical paths.
     {"register ./folder/../none.so", 1, "-", "cannot register FOLDER/none.so: The shared library cannot be found"},
     {"unregister", 1, "not registered", "is not registered in"},
+    {"unregister '" NOENTRY_MODULE_PATH "'", 4, "-", "it has no DllUnregisterServer: The module lacks an entry point"},
+    {"classes --module ./libnothing.so", 4, "-", "cannot load the assistance component FOLDER/libnothing.so"},
     // Everything else.
     {"--version", 0, "vantle-assist ", "-"},
     {"completion bash", 0, "complete -F _vantle_assist vantle-assist\n", "-"},
@@ -412,6 +414,8 @@ TEST_F(Tool, TheZshAndFishScriptsAreReadByTheirShells) {
         {"vantle-assist members Shop.Or", "Shop.Order\n"},
         {"vantle-assist members X --kind pa", "parameter\tmethod, property or parameter (numbers 4, 2, 5, 10 too)\n"},
         {"vantle-assist completion ", "bash\nfish\nzsh\n"},
+        {"vantle-assist signature Shop.Order S", "Save\nStamp\nSubmit\n"},
+        {"vantle-assist --dictionary x.json type Shop.Order Lin", "Lines\n"},
     };
     for (const auto& [typed, offered] : cases) {
         const std::string script = "cd '" + m_folder.path.string() + "' && PATH='" + folder +

@@ -37,6 +37,20 @@ if(NOT VANTLE_BUILD_FUZZ)
   install(FILES ${VANTLE_SYSTEM_REGISTRY} DESTINATION ${CMAKE_INSTALL_DATADIR}/kesto COMPONENT runtime)
 endif()
 
+# The tool's shell completions and man page, where bash-completion, zsh, fish and
+# man look for them.
+if(NOT VANTLE_BUILD_FUZZ)
+  set(VANTLE_TOOL_DATA ${CMAKE_BINARY_DIR}/install-data/tool)
+  install(FILES ${VANTLE_TOOL_DATA}/vantle-assist.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+          RENAME vantle-assist COMPONENT runtime)
+  install(FILES ${VANTLE_TOOL_DATA}/_vantle-assist DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
+          COMPONENT runtime)
+  install(FILES ${VANTLE_TOOL_DATA}/vantle-assist.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+          COMPONENT runtime)
+  install(FILES ${VANTLE_TOOL_DATA}/vantle-assist.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime
+          OPTIONAL)
+endif()
+
 # Headers: the public contracts only.
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/include/kesto ${CMAKE_SOURCE_DIR}/include/vantle
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h"

@@ -6,7 +6,8 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config binutils
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libsqlite3-dev sqlite3 nlohmann-json3-dev libedit-dev libxxhash-dev
+  libsqlite3-dev sqlite3 nlohmann-json3-dev libedit-dev libxxhash-dev libcli11-dev help2man
+  python3-jsonschema tmux zsh fish
   clang-14 libclang-rt-14-dev llvm-14
   python3 dpkg-dev file valgrind
 )

@@ -1,48 +1,28 @@
-// The query commands of the host tool: one service call each, printed for people
-// or as one JSON object for programs.
+// The query commands of the host tool: one service call each (members may make a
+// second to tell properties from parameters), answered for people or as fields of
+// the invocation's JSON document (docs/json.md).
 //
-// JSON shapes: {"hresult": H, "list": S} (classes, members), {"hresult": H,
-// "kind": K, "type": S} (type), {"hresult": H, "before": S, "current": S,
-// "after": S} (signature), {"hresult": H, "origin": S} (origin). H is the HRESULT as
-// a signed 32-bit number; S is the service's string exactly, or null for a NULL
-// string. Each command returns the process exit code: 0 when the service succeeded
-// (S_OK or S_FALSE), 1 after writing the status's message to `err` otherwise.
+// Exit codes: 0 when the service found what was asked, 1 when the class or member
+// does not exist or nothing matches (the message says which, with "did you mean"
+// from the dictionary's class and member names), 2 for a malformed class name, 4
+// when the service failed otherwise.
 #ifndef VANTLE_TOOLS_QUERYCOMMANDS_H_
 #define VANTLE_TOOLS_QUERYCOMMANDS_H_
 
-#include <ostream>
-#include <string>
-
 #include "ServiceSession.h"
+#include "ToolCommandLine.h"
+#include "ToolReply.h"
 
 namespace vantle::tool {
 
-struct QueryStyle {
-    bool json = false;
-    bool highlight = false;  // mark the current signature argument with terminal escapes
-};
+int RunClasses(const CommandLine& line, ServiceSession* session, Reply& reply);
+int RunMembers(const CommandLine& line, ServiceSession* session, Reply& reply);
+int RunType(const CommandLine& line, ServiceSession* session, Reply& reply);
+int RunSignature(const CommandLine& line, ServiceSession* session, Reply& reply);
+int RunOrigin(const CommandLine& line, ServiceSession* session, Reply& reply);
 
-class QueryCommands {
-public:
-    QueryCommands(ServiceSession& session, std::ostream& out, std::ostream& err, QueryStyle style)
-        : session_(session), out_(out), err_(err), style_(style) {}
-
-    int Classes(const std::string& prefix);
-    int Members(const std::string& className, unsigned int flags, bool extended);
-    int Type(const std::string& className, const std::string& member);
-    int Signature(const std::string& className, const std::string& method, unsigned long argument);
-    int Origin(const std::string& className, const std::string& member, int kind);
-
-    void SetStyle(QueryStyle style) { style_ = style; }
-
-private:
-    int Finish(HRESULT hr);
-
-    ServiceSession& session_;
-    std::ostream& out_;
-    std::ostream& err_;
-    QueryStyle style_;
-};
+// The member filter a line asks for: --flags (default 7), narrowed by --kind.
+unsigned int MemberFilter(const CommandLine& line);
 
 }  // namespace vantle::tool
 

@@ -5,13 +5,15 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 #include <vector>
 
+#include "HresultText.h"
+#include "ToolExit.h"
+#include "ToolText.h"
 #include "kesto/registry.h"
 #include "vantle/server.h"
-#include "HresultText.h"
-#include "ToolText.h"
 
 namespace vantle::tool {
 namespace {
@@ -104,13 +106,20 @@ std::vector<const COM_GUID*> ClassesOf(void* module) {
     return classes;
 }
 
-void ReportClasses(void* module, std::ostream& out) {
+void ReportClasses(void* module, Reply& reply) {
+    Json classes = Json::array();
     for (const COM_GUID* clsid : ClassesOf(module)) {
         ClassState state;
         HRESULT hr = ReadClassState(*clsid, &state);
+        Json entry{{"clsid", GuidText(*clsid)},
+                   {"name", state.name.empty() ? Json(nullptr) : Json(state.name)},
+                   {"registered", state.registered},
+                   {"installCount", state.installCount ? Json(*state.installCount) : Json(nullptr)}};
+        std::ostream& out = reply.Text();
         out << "  " << GuidText(*clsid);
         if (!state.name.empty()) out << " " << state.name;
         if (FAILED(hr)) {
+            entry["result"] = JsonStatus(hr);
             out << ": cannot read its records: " << HresultText(hr) << "\n";
         } else if (!state.registered) {
             out << ": not registered\n";
@@ -124,25 +133,84 @@ void ReportClasses(void* module, std::ostream& out) {
         } else {
             out << ": registered, no install count\n";
         }
+        classes.push_back(std::move(entry));
     }
+    reply.Document()["classes"] = std::move(classes);
 }
 
-// Why DllRegisterServer/DllUnregisterServer reported a failure, as far as the
-// registry can tell; `reason` is what the runtime said about its last failure.
-std::string ExplainFailure(void* module, bool doRegister, const std::string& registryFile,
-                           const std::string& reason) {
-    if (!reason.empty()) return reason;
-    kesto::Ref<COM_IRegistry> registry;
-    HRESULT hr = OpenRegistry(registry);
-    if (FAILED(hr)) return "the registry " + registryFile + " cannot be used: " + LastRegistryFailure(hr);
+// A class of the module that the registry does not hold, if any.
+std::optional<std::string> UnregisteredClass(void* module) {
+    for (const COM_GUID* clsid : ClassesOf(module)) {
+        ClassState state;
+        if (SUCCEEDED(ReadClassState(*clsid, &state)) && !state.registered) return GuidText(*clsid);
+    }
+    return std::nullopt;
+}
+
+// The module's entry point in one transaction of the runtime's registry, which
+// also records where this copy of the module is: a registration that fails or is
+// killed half way leaves nothing. *reason: the runtime's words for its failure.
+HRESULT CallInTransaction(void* module, const char* entryName, const std::string& modulePath,
+                          std::string* reason) {
+    auto entry = reinterpret_cast<vantle::RegisterServerFunction>(dlsym(module, entryName));
+    if (entry == nullptr) return CO_E_ERRORINDLL;
+    HRESULT hr = KESTO_RegistryBeginTransaction(modulePath.c_str());
+    if (FAILED(hr)) {
+        *reason = "the registry cannot be used: " + LastRegistryFailure(hr);
+        return hr;
+    }
+    const HRESULT result = entry();
+    HRESULT failure = S_OK;
+    KESTO_RegistryLastError(&failure, nullptr, 0);
+    if (result != S_OK && FAILED(failure)) *reason = LastRegistryFailure(failure);
+    hr = KESTO_RegistryEndTransaction(result == S_OK);
+    if (result == S_OK && FAILED(hr)) {
+        *reason = "the registry cannot be committed: " + LastRegistryFailure(hr);
+        return hr;
+    }
+    return result;
+}
+
+int RunRegistration(const CommandLine& line, Reply& reply, bool doRegister) {
+    const char* verb = doRegister ? "register" : "unregister";
+    const std::string modulePath = CanonicalPath(line.arguments.empty() ? DefaultModulePath() : line.arguments[0]);
+    const std::string registryFile = RegistryFile();
+    reply.Document()["module"] = modulePath;
+    reply.Document()["registry"] = registryFile;
+    void* module = dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) {
+        const char* why = dlerror();
+        reply.Result(CO_E_DLLNOTFOUND);
+        return reply.Fail(kExitNotFound, std::string("cannot ") + verb + " " + modulePath + ": " +
+                                             HresultText(CO_E_DLLNOTFOUND),
+                          {}, why != nullptr ? why : "");
+    }
     if (!doRegister) {
-        for (const COM_GUID* clsid : ClassesOf(module)) {
-            ClassState state;
-            if (SUCCEEDED(ReadClassState(*clsid, &state)) && !state.registered)
-                return GuidText(*clsid) + " is not registered: " + HresultText(REGDB_E_KEYMISSING);
+        // Before the call, so that the answer does not depend on what the module says.
+        if (std::optional<std::string> missing = UnregisteredClass(module)) {
+            reply.Result(REGDB_E_KEYMISSING);
+            ReportClasses(module, reply);
+            return reply.Fail(kExitNotFound, "cannot unregister " + modulePath + ": " + *missing +
+                                                 " is not registered in " + registryFile + ": " +
+                                                 HresultText(REGDB_E_KEYMISSING));
         }
     }
-    return "the module reported a failure (registry " + registryFile + ")";
+    std::string reason;
+    const char* entryName = doRegister ? "DllRegisterServer" : "DllUnregisterServer";
+    const HRESULT result = CallInTransaction(module, entryName, modulePath, &reason);
+    reply.Result(result);
+    if (result == CO_E_ERRORINDLL)
+        return reply.Fail(kExitInternal, std::string("cannot ") + verb + " " + modulePath + ": it has no " +
+                                             entryName + ": " + HresultText(CO_E_ERRORINDLL));
+    if (result != S_OK)
+        return reply.Fail(kExitInternal, std::string("cannot ") + verb + " " + modulePath + ": " +
+                                             (reason.empty() ? "the module reported " + HresultText(result) +
+                                                                   " (registry " + registryFile + ")"
+                                                             : reason));
+    reply.Text() << (doRegister ? "registered " : "unregistered ") << modulePath << (doRegister ? " in " : " from ")
+                 << registryFile << "\n";
+    ReportClasses(module, reply);
+    return reply.ExitCode();
 }
 
 // A name as the dump shows it: quoted when it is not one the runtime would make
@@ -157,55 +225,116 @@ bool PlainName(const std::u16string& name) {
 std::string ShownName(const std::u16string& name) { return PlainName(name) ? ToUtf8(name) : Quoted(ToUtf8(name)); }
 
 // Prints the current key's values, `indent` deep.
-HRESULT DumpValues(COM_IRegistry* registry, const std::string& indent, std::ostream& out) {
+HRESULT DumpValues(COM_IRegistry* registry, const std::string& indent, std::ostream& out, Json* key) {
     kesto::Ref<COM_IRegistryEnum> values;
     HRESULT hr = registry->EnumValues(values.out());
     if (FAILED(hr)) return hr;
     kesto::String name;
+    Json valueList = Json::array();
     while ((hr = values->Next(name.out())) == S_OK) {
         std::u16string valueName(name.view());
         out << indent << (valueName.empty() ? std::string("(default)") : ShownName(valueName)) << " = ";
         int kind = KESTO_REGISTRY_NONE;
+        registry->GetValueKind(kesto::wide(valueName), &kind);
+        Json value{{"name", ToUtf8(valueName)}};
+        if (kind == KESTO_REGISTRY_INTEGER) {
+            int number = 0;
+            registry->GetIntValue(kesto::wide(valueName), &number);
+            out << number << "\n";
+            value["kind"] = "integer";
+            value["value"] = number;
+        } else {
+            kesto::String text;
+            registry->GetStringValue(kesto::wide(valueName), text.out());
+            out << Quoted(Utf8(text)) << "\n";
+            value["kind"] = "string";
+            value["value"] = Utf8(text);
+        }
+        valueList.push_back(std::move(value));
+    }
+    if (FAILED(hr)) return hr;
+    (*key)["values"] = std::move(valueList);
+
+    kesto::Ref<COM_IRegistryEnum> subkeys;
+    hr = registry->EnumSubkeys(subkeys.out());
+    if (FAILED(hr)) return hr;
+    std::vector<std::u16string> children;
+    while ((hr = subkeys->Next(name.out())) == S_OK) children.emplace_back(name.view());
+    if (FAILED(hr)) return hr;
+    Json subkeyList = Json::array();
+    for (const std::u16string& child : children) {
+        out << indent << ToUtf8(child) << "\n";
+        Json childKey{{"name", ToUtf8(child)}};
+        hr = DumpKey(registry, root, path.empty() ? child : path + u"\\" + child, depth + 1, out, &childKey);
+        if (FAILED(hr)) return hr;
+        subkeyList.push_back(std::move(childKey));
+    }
+    (*key)["subkeys"] = std::move(subkeyList);
+    return S_OK;
+}
+
+}  // namespace
+
         HRESULT read = registry->GetValueKind(kesto::wide(valueName), &kind);
+        Json value{{"name", ToUtf8(valueName)}};
         if (kind == KESTO_REGISTRY_INTEGER) {
             int number = 0;
             read = registry->GetIntValue(kesto::wide(valueName), &number);
-            if (read == S_OK) out << number << "\n";
+            if (read == S_OK) {
+                out << number << "\n";
+                value["kind"] = "integer";
+                value["value"] = number;
+            }
         } else if (read == S_OK) {
             kesto::String text;
             read = registry->GetStringValue(kesto::wide(valueName), text.out());
-            if (read == S_OK) out << Quoted(Utf8(text)) << "\n";
+            if (read == S_OK) {
+                out << Quoted(Utf8(text)) << "\n";
+                value["kind"] = "string";
+                value["value"] = Utf8(text);
+            }
         }
-        if (read != S_OK)
-            out << "(unreadable: " << LastRegistryFailure(FAILED(read) ? read : REGDB_E_INVALIDVALUE) << ")\n";
+        if (read != S_OK) {
+            const std::string why = LastRegistryFailure(FAILED(read) ? read : REGDB_E_INVALIDVALUE);
+            out << "(unreadable: " << why << ")\n";
+            value["kind"] = "unreadable";
+            value["value"] = why;
+        }
+        valueList.push_back(std::move(value));
     }
-    return FAILED(hr) ? hr : S_OK;
+    if (FAILED(hr)) return hr;
+    (*key)["values"] = std::move(valueList);
+    return S_OK;
 }
 
 // Prints the current key's values and everything below it, walking down with
 // OpenKey and back with OpenParent on a stack of its own: any depth costs time
 // and memory linear in what is printed. A subkey whose name cannot be opened by
-// name (empty, or holding '\\') is shown and not followed.
-HRESULT DumpTree(COM_IRegistry* registry, std::ostream& out) {
+// name (empty, or holding '\\') is shown and not followed. *key gets the same
+// tree as JSON.
+HRESULT DumpTree(COM_IRegistry* registry, std::ostream& out, Json* key) {
     struct Level {
         std::vector<std::u16string> children;
         std::size_t next = 0;
+        Json* key;
     };
     std::vector<Level> levels;
-    auto enter = [&]() -> HRESULT {
-        HRESULT hr = DumpValues(registry, std::string(2 * (levels.size() + 1), ' '), out);
+    auto enter = [&](Json* at) -> HRESULT {
+        HRESULT hr = DumpValues(registry, std::string(2 * (levels.size() + 1), ' '), out, at);
         if (FAILED(hr)) return hr;
         kesto::Ref<COM_IRegistryEnum> subkeys;
         hr = registry->EnumSubkeys(subkeys.out());
         if (FAILED(hr)) return hr;
-        Level level;
+        Level level{{}, 0, at};
         kesto::String name;
         while ((hr = subkeys->Next(name.out())) == S_OK) level.children.emplace_back(name.view());
         if (FAILED(hr)) return hr;
+        (*at)["subkeys"] = Json::array();
+        (*at)["subkeys"].get_ref<Json::array_t&>().reserve(level.children.size());
         levels.push_back(std::move(level));
         return S_OK;
     };
-    HRESULT hr = enter();
+    HRESULT hr = enter(key);
     while (SUCCEEDED(hr) && !levels.empty()) {
         Level& level = levels.back();
         if (level.next == level.children.size()) {
@@ -215,8 +344,12 @@ HRESULT DumpTree(COM_IRegistry* registry, std::ostream& out) {
         }
         const std::u16string child = level.children[level.next++];
         const std::string indent(2 * levels.size(), ' ');
+        Json& subkeys = (*level.key)["subkeys"];
+        subkeys.push_back(Json{{"name", ToUtf8(child)}});
+        Json* childKey = &subkeys.back();
         if (child.empty() || child.find(u'\\') != std::u16string::npos) {
             out << indent << ShownName(child) << "  (not followed: not a name a key can be opened by)\n";
+            (*childKey)["followed"] = false;
             continue;
         }
         out << indent << ShownName(child) << "\n";
@@ -224,92 +357,48 @@ HRESULT DumpTree(COM_IRegistry* registry, std::ostream& out) {
         if (hr == REGDB_E_KEYMISSING) {
             // A name that is not valid UTF-8 in the file lists as something else.
             out << indent << "  (cannot be opened: " << LastRegistryFailure(hr) << ")\n";
+            (*childKey)["followed"] = false;
             hr = S_OK;
             continue;
         }
-        if (SUCCEEDED(hr)) hr = enter();
+        if (SUCCEEDED(hr)) hr = enter(childKey);
     }
     return hr;
 }
 
-}  // namespace
-
-int RunRegisterCommand(const std::string& modulePath, bool doRegister, std::ostream& out, std::ostream& err) {
-    const char* verb = doRegister ? "register" : "unregister";
-    void* module = dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) {
-        const char* why = dlerror();
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": " << HresultText(CO_E_DLLNOTFOUND)
-            << "\n  " << (why != nullptr ? why : "the library cannot be loaded") << "\n";
-        return 1;
-    }
-    const char* entryName = doRegister ? "DllRegisterServer" : "DllUnregisterServer";
-    auto entry = reinterpret_cast<vantle::RegisterServerFunction>(dlsym(module, entryName));
-    if (entry == nullptr) {
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": it has no " << entryName << ": "
-            << HresultText(CO_E_ERRORINDLL) << "\n";
-        return 1;
-    }
+int RunRegistry(const CommandLine&, ServiceSession*, Reply& reply) {
     const std::string registryFile = RegistryFile();
-    // All or nothing: the module's registry work is one transaction of the
-    // runtime, which also records where this copy of the module is.
-    HRESULT hr = KESTO_RegistryBeginTransaction(modulePath.c_str());
-    if (FAILED(hr)) {
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": the registry " << registryFile
-            << " cannot be used: " << LastRegistryFailure(hr) << "\n";
-        return 1;
-    }
-    HRESULT result = entry();
-    HRESULT failure = S_OK;
-    KESTO_RegistryLastError(&failure, nullptr, 0);
-    const std::string reason = result != S_OK && FAILED(failure) ? LastRegistryFailure(failure) : std::string();
-    hr = KESTO_RegistryEndTransaction(result == S_OK);
-    if (result == S_OK && FAILED(hr)) {
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": the registry " << registryFile
-            << " cannot be committed: " << LastRegistryFailure(hr) << "\n";
-        return 1;
-    }
-    if (result != S_OK) {
-        err << "vantle-assist: cannot " << verb << " " << modulePath << ": "
-            << ExplainFailure(module, doRegister, registryFile, reason) << "\n";
-        return 1;
-    }
-    out << (doRegister ? "registered " : "unregistered ") << modulePath << (doRegister ? " in " : " from ")
-        << registryFile << "\n";
-    ReportClasses(module, out);
-    return 0;
-}
-
-int RunRegistryDumpCommand(std::ostream& out, std::ostream& err) {
-    const std::string registryFile = RegistryFile();
-    if (registryFile.empty()) {
-        err << "vantle-assist: registry: no place for it: set KESTO_REGISTRY or HOME\n";
-        return 1;
-    }
-    struct stat status;
-    if (stat(registryFile.c_str(), &status) != 0) {
-        out << "Registry " << registryFile << ": not made yet (nothing is registered)\n";
-        return 0;
+    reply.Document()["registry"] = registryFile.empty() ? Json(nullptr) : Json(registryFile);
+    if (registryFile.empty()) return reply.Fail(kExitInternal, "registry: no place for it: set KESTO_REGISTRY or HOME");
+    struct stat status {};
+    reply.Document()["exists"] = stat(registryFile.c_str(), &status) == 0;
+    reply.Document()["roots"] = Json::array();
+    if (!reply.Document()["exists"].get<bool>()) {
+        reply.Text() << "Registry " << registryFile << ": not made yet (nothing is registered)\n";
+        return reply.ExitCode();
     }
     kesto::Ref<COM_IRegistry> registry;
     HRESULT hr = OpenRegistry(registry);
     if (FAILED(hr)) {
-        err << "vantle-assist: registry " << registryFile << ": " << LastRegistryFailure(hr) << "\n";
-        return 1;
+        reply.Result(hr);
+        return reply.Fail(kExitInternal, "registry " + registryFile + ": " + LastRegistryFailure(hr));
     }
-    out << "Registry " << registryFile << "\n";
+    reply.Text() << "Registry " << registryFile << "\n";
     const std::pair<int, const char*> roots[] = {{1, "Classes"}, {2, "Settings"}};
     for (const auto& [root, title] : roots) {
-        out << title << " (root " << root << ")\n";
+        reply.Text() << title << " (root " << root << ")\n";
+        Json key{{"name", ""}};
         hr = registry->OpenRoot(root, kesto::wide(u""));
-        if (SUCCEEDED(hr)) hr = DumpTree(registry.get(), out);
+        if (SUCCEEDED(hr)) hr = DumpTree(registry.get(), reply.Text(), &key);
         if (FAILED(hr)) {
-            err << "vantle-assist: registry " << registryFile << ": " << LastRegistryFailure(hr) << "\n";
-            return 1;
+            reply.Result(hr);
+            return reply.Fail(kExitInternal, "registry " + registryFile + ": " + LastRegistryFailure(hr));
         }
+        reply.Document()["roots"].push_back(Json{{"root", root}, {"name", title}, {"key", std::move(key)}});
     }
     registry->Close();
-    return 0;
+    reply.Result(S_OK);
+    return reply.ExitCode();
 }
 
 }  // namespace vantle::tool

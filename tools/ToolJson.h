@@ -1,30 +1,28 @@
-// ToolJson: the one-line JSON objects the tool prints for programs.
+// ToolJson: the pieces every JSON document of the tool is made of, on nlohmann-json.
 //
-// Keys keep the order they were added in. Strings are written from the service's
-// 16-bit text unit for unit: valid text as UTF-8, control characters and lone
-// surrogate halves as \u escapes, so a program reads back exactly what the service
-// returned. A NULL string is written as null.
+// The service's 16-bit strings become UTF-8 JSON strings (a lone surrogate half
+// becomes U+FFFD); a NULL string is null. A status is {"hresult": "0x80070002",
+// "message": "..."}, the code as eight hexadecimal digits. The shapes are
+// documented, with their JSON Schema, in docs/json.md.
 #ifndef VANTLE_TOOLS_TOOLJSON_H_
 #define VANTLE_TOOLS_TOOLJSON_H_
 
+#include <nlohmann/json.hpp>
+#include <ostream>
 #include <string>
-#include <string_view>
 
+#include "kesto/com.h"
 #include "kesto/owned.h"
 
 namespace vantle::tool {
 
-class JsonObject {
-public:
-    JsonObject& Number(std::string_view key, long value);
-    JsonObject& String(std::string_view key, const kesto::String& value);
-    // Closes the object: "{...}".
-    std::string Text() const { return "{" + body_ + "}"; }
+using Json = nlohmann::ordered_json;
 
-private:
-    void Key(std::string_view key);
-    std::string body_;
-};
+Json JsonText(const kesto::String& text);
+Json JsonStatus(HRESULT code);
+std::string HresultHex(HRESULT code);
+// One document on one line; invalid UTF-8 is replaced, never thrown about.
+void WriteJson(std::ostream& out, const Json& document);
 
 }  // namespace vantle::tool
 

@@ -40,21 +40,22 @@ local function contains(text, part, what)
   return check(type(text) == 'string' and text:find(part, 1, true) ~= nil, what, 'text containing ' .. vim.inspect(part), text)
 end
 
--- The component's answer through vantle-assist --json.
+-- The component's answer through vantle-assist --json: exit 0 (found) or 1 (not found).
 local function assist_json(args)
   local command = { assist }
   vim.list_extend(command, args)
   table.insert(command, '--json')
   local out = vim.fn.system(command)
-  assert(vim.v.shell_error == 0, 'vantle-assist failed: ' .. table.concat(command, ' ') .. ': ' .. out)
+  assert(vim.v.shell_error == 0 or vim.v.shell_error == 1,
+         'vantle-assist failed: ' .. table.concat(command, ' ') .. ': ' .. out)
   return vim.fn.json_decode(out)
 end
 
 local function assist_members(class)
   local names = {}
   local answer = assist_json({ 'members', class })
-  for entry in answer.list:gmatch('([^,]+),') do
-    table.insert(names, (entry:gsub('%($', '')))
+  for _, member in ipairs(answer.members ~= vim.NIL and answer.members or {}) do
+    table.insert(names, member.name)
   end
   table.sort(names)
   return names

@@ -6,7 +6,7 @@
 // Server, and a sanitizer report on its stderr fails the test that started it.
 
 const assert = require('node:assert/strict');
-const { spawn, execFileSync } = require('node:child_process');
+const { spawn, spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
@@ -283,14 +283,20 @@ function units(text, encoding) {
   return { 'utf-8': Buffer.byteLength(text, 'utf8'), 'utf-16': text.length, 'utf-32': [...text].length }[encoding];
 }
 
-// The component's own answer, through the host tool.
+// The component's own answer, through the host tool: one JSON document, exit 0
+// (found) or 1 (not found); anything else is a failure of the tool.
 function assist(...args) {
-  return JSON.parse(execFileSync(ASSIST, [...args, '--json'], { encoding: 'utf8' }));
+  const run = spawnSync(ASSIST, [...args, '--json'], { encoding: 'utf8' });
+  if (run.status !== 0 && run.status !== 1) {
+    throw new Error(`vantle-assist ${args.join(' ')} exited ${run.status}: ${run.stdout}${run.stderr}`);
+  }
+  return JSON.parse(run.stdout);
 }
 
-// Member names (without the `(` of methods) or class names as the component lists them.
+// Member names or class names as the component lists them, sorted.
 function assistList(...args) {
-  return (assist(...args).list || '').split(',').filter(Boolean).map((entry) => entry.split('\t')[0].replace(/\($/, '')).sort();
+  const answer = assist(...args);
+  return (answer.members || answer.classes || []).map((entry) => entry.name).sort();
 }
 
 // A new folder, removed when the test file ends; the space in its name must be

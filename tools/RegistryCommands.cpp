@@ -235,46 +235,6 @@ HRESULT DumpValues(COM_IRegistry* registry, const std::string& indent, std::ostr
         std::u16string valueName(name.view());
         out << indent << (valueName.empty() ? std::string("(default)") : ShownName(valueName)) << " = ";
         int kind = KESTO_REGISTRY_NONE;
-        registry->GetValueKind(kesto::wide(valueName), &kind);
-        Json value{{"name", ToUtf8(valueName)}};
-        if (kind == KESTO_REGISTRY_INTEGER) {
-            int number = 0;
-            registry->GetIntValue(kesto::wide(valueName), &number);
-            out << number << "\n";
-            value["kind"] = "integer";
-            value["value"] = number;
-        } else {
-            kesto::String text;
-            registry->GetStringValue(kesto::wide(valueName), text.out());
-            out << Quoted(Utf8(text)) << "\n";
-            value["kind"] = "string";
-            value["value"] = Utf8(text);
-        }
-        valueList.push_back(std::move(value));
-    }
-    if (FAILED(hr)) return hr;
-    (*key)["values"] = std::move(valueList);
-
-    kesto::Ref<COM_IRegistryEnum> subkeys;
-    hr = registry->EnumSubkeys(subkeys.out());
-    if (FAILED(hr)) return hr;
-    std::vector<std::u16string> children;
-    while ((hr = subkeys->Next(name.out())) == S_OK) children.emplace_back(name.view());
-    if (FAILED(hr)) return hr;
-    Json subkeyList = Json::array();
-    for (const std::u16string& child : children) {
-        out << indent << ToUtf8(child) << "\n";
-        Json childKey{{"name", ToUtf8(child)}};
-        hr = DumpKey(registry, root, path.empty() ? child : path + u"\\" + child, depth + 1, out, &childKey);
-        if (FAILED(hr)) return hr;
-        subkeyList.push_back(std::move(childKey));
-    }
-    (*key)["subkeys"] = std::move(subkeyList);
-    return S_OK;
-}
-
-}  // namespace
-
         HRESULT read = registry->GetValueKind(kesto::wide(valueName), &kind);
         Json value{{"name", ToUtf8(valueName)}};
         if (kind == KESTO_REGISTRY_INTEGER) {
@@ -364,6 +324,13 @@ HRESULT DumpTree(COM_IRegistry* registry, std::ostream& out, Json* key) {
         if (SUCCEEDED(hr)) hr = enter(childKey);
     }
     return hr;
+}
+}  // namespace
+
+int RunRegister(const CommandLine& line, ServiceSession*, Reply& reply) { return RunRegistration(line, reply, true); }
+
+int RunUnregister(const CommandLine& line, ServiceSession*, Reply& reply) {
+    return RunRegistration(line, reply, false);
 }
 
 int RunRegistry(const CommandLine&, ServiceSession*, Reply& reply) {

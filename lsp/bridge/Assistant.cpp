@@ -9,6 +9,7 @@
 
 #include "protocol/Utf.h"
 #include "vantle/server.h"
+#include "unicode_text.h"
 
 namespace vantle::lsp {
 namespace {
@@ -280,7 +281,7 @@ std::optional<SourcePoint> Assistant::Locate(const std::u16string& className, st
     if (node->GetLocation(kesto::wide(childKind), Wide(member), file.out(), &point.line, &point.column) != S_OK ||
         file.is_null() || point.line == 0)
         return std::nullopt;
-    point.file = ToUtf8(file.view());
+    point.file = kesto::PathFromUtf16(file.view());
     return point;
 }
 

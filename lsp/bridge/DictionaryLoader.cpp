@@ -5,6 +5,7 @@
 
 #include "bridge/Assistant.h"
 #include "protocol/Utf.h"
+#include "unicode_text.h"
 
 namespace vantle::lsp {
 
@@ -25,7 +26,7 @@ LoadResult LoadDictionaryFile(const std::string& path) {
         return result;
     }
     kesto::String message;
-    result.status = result.tree->LoadDictionary(kesto::wide(ToUtf16(path)), message.out());
+    result.status = result.tree->LoadDictionary(kesto::wide(kesto::PathToUtf16(path)), message.out());
     if (SUCCEEDED(result.status)) return result;
     result.message = message.is_null() ? path + ": " + StatusText(result.status) : ToUtf8(message.view());
     kesto::String problems;

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "bridge/Assistant.h"
+#include "bridge/DictionaryLoader.h"
 #include "features/DictionarySource.h"
 #include "protocol/Uri.h"
 #include "server/Settings.h"
@@ -50,6 +52,25 @@ TEST(FileUris, LocalPathsRoundTripWithTheirSpecialCharacters) {
     EXPECT_EQ(UriToPath("file:///x%2"), "/x%2");  // an escape cut short stays as written
     for (const char* other : {"untitled:Untitled-1", "file://server/share/x", "file:///x%00y", "file:"})
         EXPECT_EQ(UriToPath(other), std::nullopt) << other;
+}
+
+// A file name is bytes: one that is not UTF-8 is loaded, and the places the tree
+// gives lead back to the same bytes (and to a URI that names them).
+TEST(FileUris, ADictionaryWhoseNameIsNotUtf8LoadsAndIsPlacedUnderItsOwnName) {
+    const std::string path = testing::TempDir() + "vantle-lsp-\xFF\xC3.json";
+    std::filesystem::copy_file(std::string(std::getenv("VANTLE_SOURCE_DIR")) + "/dictionaries/shop.json", path,
+                               std::filesystem::copy_options::overwrite_existing);
+    LoadResult loaded = LoadDictionaryFile(path);
+    ASSERT_EQ(loaded.status, S_OK) << loaded.message;
+    Assistant assistant;
+    std::string error;
+    ASSERT_TRUE(assistant.Create(&error)) << error;
+    assistant.Adopt(std::move(loaded.tree));
+    const auto place = assistant.Locate(u"Shop.Order", std::nullopt, u"");
+    ASSERT_TRUE(place.has_value());
+    EXPECT_EQ(place->file, path);
+    EXPECT_EQ(UriToPath(PathToUri(path)), path);
+    std::filesystem::remove(path);
 }
 
 TEST(SettingsObjects, KeysAtTheTopOrUnderVantleAndWrongTypesRefused) {

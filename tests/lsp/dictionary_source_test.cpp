@@ -58,7 +58,7 @@ TEST(FileUris, LocalPathsRoundTripWithTheirSpecialCharacters) {
 // gives lead back to the same bytes (and to a URI that names them).
 TEST(FileUris, ADictionaryWhoseNameIsNotUtf8LoadsAndIsPlacedUnderItsOwnName) {
     const std::string path = testing::TempDir() + "vantle-lsp-\xFF\xC3.json";
-    std::filesystem::copy_file(std::string(std::getenv("VANTLE_SOURCE_DIR")) + "/dictionaries/shop.json", path,
+    std::filesystem::copy_file(std::string(VANTLE_SOURCE_DIR) + "/dictionaries/shop.json", path,
                                std::filesystem::copy_options::overwrite_existing);
     LoadResult loaded = LoadDictionaryFile(path);
     ASSERT_EQ(loaded.status, S_OK) << loaded.message;

@@ -1,7 +1,7 @@
 // The check command: every problem of a dictionary, placed and explained.
 #include "DictionaryCheck.h"
 
-#include "FormalSpec.h"
+#include "FormalArguments.h"
 #include "HresultText.h"
 #include "Suggest.h"
 #include "ToolExit.h"
@@ -172,24 +172,24 @@ void FileCheck::CheckFormalSpecs(const std::string& content) {
         const std::string className = entry.contains("name") && entry["name"].is_string() ? entry["name"].get<std::string>() : "";
         for (const Json& method : entry["methods"]) {
             if (!method.is_object() || !method.contains("formalSpec") || !method["formalSpec"].is_string()) continue;
-            const std::string spec = method["formalSpec"].get<std::string>();
+            const std::string formal = method["formalSpec"].get<std::string>();
             const std::string member = method.contains("name") && method["name"].is_string() ? method["name"].get<std::string>() : "";
             // The value as JSON writes it; found in document order, so each occurrence once.
-            const std::string written = Json(spec).dump();
+            const std::string written = Json(formal).dump();
             std::size_t at = content.find(written, searchFrom);
             if (at != std::string::npos) searchFrom = at + written.size();
             std::vector<SpecArgument> arguments;
-            for (const SpecProblem& found : CheckFormalSpec(spec, &arguments)) {
+            for (const SpecProblem& found : CheckFormalSpec(formal, &arguments)) {
                 DictionaryProblem problem;
                 problem.error = found.error;
                 problem.className = className;
                 problem.memberKind = "method";
                 problem.member = member;
-                problem.message = "formalSpec \"" + spec + "\": " + found.message;
+                problem.message = "formalSpec \"" + formal + "\": " + found.message;
                 problem.hint = found.hint;
                 if (at != std::string::npos) {
                     // Exact when nothing before the place is escaped in the file.
-                    const bool plain = written.size() == spec.size() + 2;
+                    const bool plain = written.size() == formal.size() + 2;
                     auto [line, column] = PlaceOf(content, at + 1 + (plain ? found.offset : 0));
                     problem.line = line;
                     problem.column = column;

@@ -1,4 +1,4 @@
-// Method signatures: a method's name, its arguments rendered from its formal spec,
+// Method signatures: a method's name, its arguments rendered from its formal argument list,
 // and its return type, optionally split around the argument under the cursor.
 #include "TreeRecords.h"
 #include "VantleAssist.h"

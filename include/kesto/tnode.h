@@ -111,7 +111,7 @@ public:
     // a piece); a, b and c may be NULL. Subscripts of every node: "1" name, "2" origin
     // (the class that defines it; a class node answers its own name), "4" description,
     // "5" type (a method's return type; empty for a class). Class: "23" class type.
-    // Method: "14" internal, "23" class method, "27" formal spec, "39" private,
+    // Method: "14" internal, "23" class method, "27" formal argument list, "39" private,
     // "42" return type. Property: "14" internal, "24" cardinality, "27" collection,
     // "35" private, "36" relationship. Parameter: "14" internal. Booleans answer "0"
     // or "1". A subscript the node does not know answers the empty string with S_OK

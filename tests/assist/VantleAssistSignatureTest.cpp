@@ -1,4 +1,4 @@
-// Method signatures: rendering of the formal spec and the split around one argument.
+// Method signatures: rendering of the formal argument list and the split around one argument.
 #include <gtest/gtest.h>
 
 #include "AssistTestSupport.h"

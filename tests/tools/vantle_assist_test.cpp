@@ -9,7 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "FormalSpec.h"
+#include "FormalArguments.h"
 #include "RegistryTestSupport.h"
 #include "Suggest.h"
 
@@ -34,7 +34,7 @@ protected:
                   "{\"classes\": [\n"
                   "  {\"name\": \"A.B\", \"super\": [\"A.C\"], \"methods\": [{\"name\": \"Run\", \"retunType\": \"X\"}]},\n"
                   "  {\"name\": \"A.B\", \"methods\": [{\"name\": \"Go\", \"formalSpec\": \"a,,b\"}]}]}\n");
-        WriteFile(m_folder / "spec.json",
+        WriteFile(m_folder / "arguments.json",
                   "{\"classes\": [{\"name\": \"A.D\", \"methods\": [\n"
                   "  {\"name\": \"Go\", \"formalSpec\": \"pA:%Text,pB:A.D=\"},\n"
                   "  {\"name\": \"Two\", \"formalSpec\": \"pA, pB\", \"returnType\": \"A.Nope\"}]}]}\n");
@@ -127,14 +127,14 @@ const Row kRows[] = {
     {"check bad.json", 3, "  hint: did you mean \"returnType\"?\n", "-"},
     {"check bad.json", 3, "bad.json:3:63: error: formalSpec \"a,,b\": an empty argument (class A.B, method Go)", "-"},
     {"check bad.json", 3, "bad.json: 4 errors, 0 warnings\n", "-"},
-    {"check spec.json", 3, "spec.json:2:48: error: formalSpec \"pA:%Text,pB:A.D=\": \"=\" without a default value", "-"},
-    {"check spec.json", 3, "spec.json:3:37: error: formalSpec \"pA, pB\": the argument name \" pB\" holds a blank", "-"},
-    {"check spec.json", 3, "warning: the return type \"A.Nope\" is not a class of this dictionary (class A.D, method Two)",
+    {"check arguments.json", 3, "arguments.json:2:48: error: formalSpec \"pA:%Text,pB:A.D=\": \"=\" without a default value", "-"},
+    {"check arguments.json", 3, "arguments.json:3:37: error: formalSpec \"pA, pB\": the argument name \" pB\" holds a blank", "-"},
+    {"check arguments.json", 3, "warning: the return type \"A.Nope\" is not a class of this dictionary (class A.D, method Two)",
      "-"},
-    {"check spec.json", 3, "warning: the type of argument pA \"%Text\" is not a class", "-"},
+    {"check arguments.json", 3, "warning: the type of argument pA \"%Text\" is not a class", "-"},
     {"check fifo.json /dev/zero", 3, "fifo.json: error: a FIFO (named pipe)", "-"},
-    {"check --max-size 1K spec.json", 3, "", "-"},
-    {"check --max-size 100 spec.json", 3, "more than the limit of 100 bytes\n  hint: --max-size raises the limit", "-"},
+    {"check --max-size 1K arguments.json", 3, "", "-"},
+    {"check --max-size 100 arguments.json", 3, "more than the limit of 100 bytes\n  hint: --max-size raises the limit", "-"},
     // Registration names shared libraries and canonical paths.
     {"register ./folder/../none.so", 1, "-", "cannot register FOLDER/none.so: The shared library cannot be found"},
     {"unregister", 1, "not registered", "is not registered in"},
@@ -214,7 +214,7 @@ TEST_F(Tool, JsonIsOneDocumentPerInvocationEvenForErrors) {
          R"j({"exitCode": 3, "status": "dictionary",
              "error": {"message": "bad.json:2:29: super class \"A.C\" does not exist (class A.B)"}})j"},
         {"--dictionary /dev/zero classes", R"j({"exitCode": 3, "error": {"message": "/dev/zero: a character device, not a regular file"}})j"},
-        {"check spec.json", R"j({"exitCode": 3, "errors": 2, "warnings": 2})j"},
+        {"check arguments.json", R"j({"exitCode": 3, "errors": 2, "warnings": 2})j"},
         {"registry", R"j({"command": "registry", "exists": false, "roots": []})j"},
         {"unregister", R"j({"command": "unregister", "exitCode": 1})j"},
         {"--version", R"j({"command": null, "exitCode": 0})j"},
@@ -404,7 +404,7 @@ TEST_F(Tool, ThePromptReadsCommandsFromAPipe) {
     ExpectIn(help.out, "  --kind KIND ");
     EXPECT_EQ(help.out.find("--dictionary"), std::string::npos) << "the prompt's help offers only what it takes";
     // A dictionary that breaks meanwhile: the old one stays.
-    WriteFile(m_folder / "live.json", ReadFile(m_folder / "spec.json"));
+    WriteFile(m_folder / "live.json", ReadFile(m_folder / "arguments.json"));
     const std::string command = "cd '" + m_folder.path.string() +
                                 "' && { echo classes; sleep 0.3; echo '{\"classes\": [' > live.json; echo :reload; "
                                 "echo classes; } | '" VANTLE_TOOL_PATH "' repl --dictionary live.json > out 2> err";
@@ -451,7 +451,7 @@ TEST_F(Tool, TheBashCompletionOffersWhatTheParserTakes) {
         {"vantle-assist members X --kind p", "property parameter"},
         {"vantle-assist --color ", "auto always never"},
         {"vantle-assist --relative Util.F", "Util.Format"},
-        {"vantle-assist --dictionary spec.json classes ", "A.D"},
+        {"vantle-assist --dictionary arguments.json classes ", "A.D"},
         {"vantle-assist completion ", "bash zsh fish"},
     };
     for (const auto& [typed, offered] : cases) {
@@ -493,7 +493,7 @@ TEST_F(Tool, TheZshAndFishScriptsAreReadByTheirShells) {
 // The rules of formal argument lists, without a dictionary around them.
 TEST(FormalSpec, ProblemsAreFoundWhereTheServiceWouldMisrender) {
     const struct {
-        const char* spec;
+        const char* text;
         const char* problem;  // "" for none
         std::size_t offset;
         bool error;
@@ -520,15 +520,15 @@ TEST(FormalSpec, ProblemsAreFoundWhereTheServiceWouldMisrender) {
     };
     for (const auto& c : cases) {
         std::vector<vantle::tool::SpecArgument> arguments;
-        const std::vector<vantle::tool::SpecProblem> problems = vantle::tool::CheckFormalSpec(c.spec, &arguments);
+        const std::vector<vantle::tool::SpecProblem> problems = vantle::tool::CheckFormalSpec(c.text, &arguments);
         if (std::string(c.problem).empty()) {
-            EXPECT_TRUE(problems.empty()) << c.spec << ": " << (problems.empty() ? "" : problems[0].message);
+            EXPECT_TRUE(problems.empty()) << c.text << ": " << (problems.empty() ? "" : problems[0].message);
             continue;
         }
-        ASSERT_FALSE(problems.empty()) << c.spec;
-        EXPECT_EQ(problems[0].message, c.problem) << c.spec;
-        EXPECT_EQ(problems[0].offset, c.offset) << c.spec;
-        EXPECT_EQ(problems[0].error, c.error) << c.spec;
+        ASSERT_FALSE(problems.empty()) << c.text;
+        EXPECT_EQ(problems[0].message, c.problem) << c.text;
+        EXPECT_EQ(problems[0].offset, c.offset) << c.text;
+        EXPECT_EQ(problems[0].error, c.error) << c.text;
     }
     std::vector<vantle::tool::SpecArgument> arguments;
     vantle::tool::CheckFormalSpec("(pA:%Text(MAXLEN=2),*pB:Shop.Order=\"\",pC)", &arguments);

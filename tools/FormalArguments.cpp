@@ -1,5 +1,5 @@
 // Formal argument lists, read by the rules the signature rendering uses.
-#include "FormalSpec.h"
+#include "FormalArguments.h"
 
 #include <algorithm>
 #include <cctype>
@@ -116,12 +116,12 @@ void CheckType(std::string_view type, std::size_t at, std::vector<SpecProblem>* 
 
 }  // namespace
 
-std::vector<SpecProblem> CheckFormalSpec(std::string_view spec, std::vector<SpecArgument>* arguments) {
+std::vector<SpecProblem> CheckFormalSpec(std::string_view text, std::vector<SpecArgument>* arguments) {
     std::vector<SpecProblem> problems;
-    if (!CheckBalance(spec, 0, &problems)) return problems;
+    if (!CheckBalance(text, 0, &problems)) return problems;
     // TrimParens: every enclosing pair, matching or not.
     std::size_t base = 0;
-    std::string_view list = spec;
+    std::string_view list = text;
     while (list.size() >= 2 && list.front() == '(' && list.back() == ')') {
         list = list.substr(1, list.size() - 2);
         ++base;

@@ -1,4 +1,4 @@
-// FormalSpec: the checks of a method's formal argument list ("formalSpec" in a
+// FormalArguments: the checks of a method's formal argument list ("formalSpec" in a
 // dictionary) against the rules by which the service renders signatures.
 //
 // The list may be enclosed in parentheses; arguments are separated by "," outside
@@ -8,8 +8,8 @@
 // a blank is part of what it stands in. A problem the service would render wrongly
 // or silently cut (an empty argument ends the rendering) is an error; a doubtful
 // but harmless form is a warning. Positions are offsets into the text, in bytes.
-#ifndef VANTLE_TOOLS_FORMALSPEC_H_
-#define VANTLE_TOOLS_FORMALSPEC_H_
+#ifndef VANTLE_TOOLS_FORMALARGUMENTS_H_
+#define VANTLE_TOOLS_FORMALARGUMENTS_H_
 
 #include <cstddef>
 #include <string>
@@ -30,10 +30,10 @@ struct SpecArgument {
     std::string typeName;  // the type without its parameters; empty when none
 };
 
-// The problems of `spec`, in text order; the arguments read from it go to
+// The problems of `text`, in text order; the arguments read from it go to
 // *arguments (those that could be read).
-std::vector<SpecProblem> CheckFormalSpec(std::string_view spec, std::vector<SpecArgument>* arguments);
+std::vector<SpecProblem> CheckFormalSpec(std::string_view text, std::vector<SpecArgument>* arguments);
 
 }  // namespace vantle::tool
 
-#endif  // VANTLE_TOOLS_FORMALSPEC_H_
+#endif  // VANTLE_TOOLS_FORMALARGUMENTS_H_

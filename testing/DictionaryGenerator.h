@@ -6,7 +6,7 @@
 // properties and class parameters; the first `overridesPerClass` methods of each
 // level reuse the names of the level above (overrides), the others are new names.
 // Methods cycle through the argument counts given, and their arguments through
-// every form a formal spec can hold (plain, typed, number / quoted / NULL /
+// every form a formal argument list can hold (plain, typed, number / quoted / NULL /
 // expression defaults, ByRef with "&" and ".", Output with "*", type parameters).
 // The output is deterministic: the same options give the same text.
 #ifndef VANTLE_BENCH_DICTIONARYGENERATOR_H_
@@ -42,7 +42,7 @@ std::string GeneratedMethodName(const GeneratorOptions& options, unsigned level,
 std::string GeneratedPropertyName(unsigned level, unsigned index);
 std::string GeneratedParameterName(unsigned level, unsigned index);
 
-// A formal spec of `arguments` arguments cycling through every argument form.
+// A formal argument list of `arguments` arguments cycling through every argument form.
 std::string GeneratedFormalSpec(unsigned arguments);
 
 }  // namespace vantle::bench

@@ -43,7 +43,7 @@ inline std::string DumpTree(COM_ITNodeManager* manager) {
             const char* query;
         };
         // Every subscript each kind of member has: name, origin, description, type,
-        // then the kind's own ("42" return type, "27" formal spec / collection, ...).
+        // then the kind's own ("42" return type, "27" formal argument list / collection, ...).
         for (const Kind kind : {Kind{"m", "1:11:21:41:52:142:232:272:392:42"},
                                 Kind{"a", "1:11:21:41:52:142:242:272:352:36"}, Kind{"p", "1:11:21:41:52:14"}}) {
             for (int inherited = 0; inherited < 2; ++inherited) {

@@ -196,13 +196,15 @@ std::shared_ptr<const TreeAnswers> PackAnswers(const ClassTree& dictionary, std:
     std::unique_ptr<char16_t[]> text(new char16_t[room]);
     std::size_t used = 0;
     packed->entries.resize(members.size());
+    // Each answer is looked up once: its length sizes the room, then it is written.
+    std::vector<std::u16string_view> values(query.size());
     for (std::size_t i = 0; i < members.size(); ++i) {
         const MemberEntry& member = dictionary.Member(members[i]);
         const std::u16string_view name = dictionary.Text(member.name);
         std::size_t need = name.size() + kPaddedCopyUnits;
-        for (Keyword keyword : query) {
-            const std::size_t length = MemberKeywordValue(dictionary, member, keyword).size();
-            need += DigitsOf(length) + 1 + length;
+        for (std::size_t k = 0; k < query.size(); ++k) {
+            values[k] = MemberKeywordValue(dictionary, member, query[k]);
+            need += DigitsOf(values[k].size()) + 1 + values[k].size();
         }
         if (used + need > room) {
             room = std::max(room * 2, used + need);
@@ -213,7 +215,7 @@ std::shared_ptr<const TreeAnswers> PackAnswers(const ClassTree& dictionary, std:
         char16_t* const start = text.get() + used;
         char16_t* out = CopyTreeText(start, name);
         char16_t* const answer = out;
-        for (Keyword keyword : query) out = WritePiece(out, MemberKeywordValue(dictionary, member, keyword));
+        for (const std::u16string_view value : values) out = WritePiece(out, value);
         used = static_cast<std::size_t>(out - text.get());
         // Places are 32-bit; answers that outgrew them are as good as out of memory.
         if (used > 0xFFFFFFFFu) throw std::bad_alloc();

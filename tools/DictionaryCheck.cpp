@@ -6,6 +6,7 @@
 #include "Suggest.h"
 #include "ToolExit.h"
 #include "ToolText.h"
+#include "unicode_text.h"
 
 namespace vantle::tool {
 namespace {
@@ -218,13 +219,16 @@ void FileCheck::Run() {
         return;
     }
     kesto::String message;
-    hr = tree_->LoadDictionaryBuffer(content.data(), content.size(), kesto::wide(ToUtf16(path_)), message.out());
+    // The messages name the file as given, byte for byte, so that they read back.
+    hr = tree_->LoadDictionaryBuffer(content.data(), content.size(), kesto::wide(kesto::PathToUtf16(path_)),
+                                     message.out());
     // The argument lists are checked whether the file loads or not: they are text
     // the loader keeps as it is.
     CheckFormalSpecs(content);
     if (FAILED(hr)) {
         for (const std::string& text :
-             LoadProblems(tree_.get(), message.is_null() ? path_ + ": " + HresultText(hr) : Utf8(message)))
+             LoadProblems(tree_.get(), message.is_null() ? path_ + ": " + HresultText(hr)
+                                                       : kesto::PathFromUtf16(message.view())))
             problems_.push_back(ReadLoaderProblem(path_, text));
     } else {
         kesto::Ref<COM_IClassCache> cache;

@@ -67,7 +67,8 @@ std::vector<std::string> LoadProblems(COM_ITNodeManager* tree, const std::string
     kesto::String list;
     std::vector<std::string> problems;
     if (tree != nullptr && tree->GetLoadErrors(list.out()) == S_OK) {
-        const std::string text = Utf8(list);
+        // The messages start with the file's name, which keeps its bytes.
+        const std::string text = kesto::PathFromUtf16(list.view());
         std::size_t start = 0;
         while (start < text.size()) {
             std::size_t end = text.find('\n', start);
@@ -137,7 +138,7 @@ int ServiceSession::LoadTree(std::vector<std::string>* problems) {
     if (FAILED(hr)) {
         std::vector<std::string> found =
             LoadProblems(tree_.get(), message.is_null() ? settings_.dictionaryPath + ": " + HresultText(hr)
-                                                        : Utf8(message));
+                                                        : kesto::PathFromUtf16(message.view()));
         problems->insert(problems->end(), found.begin(), found.end());
         return hr == E_OUTOFMEMORY ? kExitInternal : kExitDictionary;
     }

@@ -131,7 +131,9 @@ public:
     // tree is replaced only when the whole file loads; otherwise *message (may be
     // NULL) reads "FILE:LINE:COLUMN: what went wrong (class C, method M)" for the
     // problem that comes first in the file, the status is that problem's, and the
-    // tree loaded before stays as it was. The loader reads on past most problems,
+    // tree loaded before stays as it was. FILE is the path as given: a byte of it
+    // that is not UTF-8 comes back as the unpaired unit U+DC00 + byte, as the
+    // runtime's path conversion writes it. The loader reads on past most problems,
     // so GetLoadErrors has the others. Lines and columns: see the promises above. A
     // problem with the file as a whole has no place: "FILE: what went wrong". On
     // success *message is NULL. Results: S_OK;

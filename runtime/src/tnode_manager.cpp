@@ -13,9 +13,11 @@ namespace {
 
 std::shared_ptr<const ClassTree> EmptyDictionary() { return ClassTree::Empty(); }
 
-// A message that cannot be allocated is left out; the status still tells.
+// A message that cannot be allocated is left out; the status still tells. Messages
+// begin with the file's name, whose bytes need not be UTF-8: they go out the way
+// paths do, so that PathFromUtf16 gives the name back exactly.
 void HandOutMessage(const std::string& message, BSTR* out) {
-    if (out != nullptr) *out = AllocBstr(Utf8ToUtf16(message));
+    if (out != nullptr) *out = AllocBstr(PathToUtf16(message));
 }
 
 HRESULT CreateTNodeManager(const COM_GUID& iid, void** out) { return NewObjectFor<TNodeManager>(iid, out); }
@@ -29,7 +31,7 @@ TNodeManager::TNodeManager() : dictionary_(EmptyDictionary()) {}
 HRESULT TNodeManager::Loaded(DictionaryLoadResult result, std::u16string_view source, BSTR* message) {
     if (FAILED(result.status)) {
         for (const std::string& problem : result.problems) {
-            AppendUtf8AsUtf16(loadErrors_, problem);
+            loadErrors_ += PathToUtf16(problem);
             loadErrors_ += u'\n';
         }
         HandOutMessage(result.message, message);
@@ -68,7 +70,7 @@ HRESULT TNodeManager::LoadDictionaryBuffer(const char* data, unsigned long size,
     try {
         std::u16string_view source16 = ViewOf(sourceName);
         std::u16string source = source16.empty() ? std::u16string(u"<buffer>") : std::u16string(source16);
-        return Loaded(LoadDictionaryText(std::string_view(data == nullptr ? "" : data, size), Utf16ToUtf8(source)),
+        return Loaded(LoadDictionaryText(std::string_view(data == nullptr ? "" : data, size), PathFromUtf16(source)),
                       source, message);
     } catch (const std::bad_alloc&) {
         loadErrors_.clear();

@@ -361,6 +361,20 @@ TEST_F(Tool, FileNamesThatAreNotUtf8ReachTheRuntimeIntact) {
     Outcome run = Run("classes Util. --dictionary '" + odd + "'");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "Util.Auditable\nUtil.Format\nUtil.Log\n");
+
+    // The loader's messages name such a file by its bytes, so that its place reads back.
+    const std::string broken = "broken\xFF.json";
+    WriteFile(m_folder / broken, "{\"classes\": [{\"name\": 5}]}");
+    run = Run("classes --dictionary '" + broken + "'");
+    EXPECT_EQ(run.status, 3);
+    ExpectIn(run.err, broken + ":1:23: \"name\" must be a string");
+    run = Run("check '" + broken + "'");
+    EXPECT_EQ(run.status, 3);
+    ExpectIn(run.out, broken + ":1:23: error: \"name\" must be a string");
+    const Json problem = Json::parse(Run("--json check '" + broken + "'").out)["files"][0]["problems"][0];
+    EXPECT_EQ(problem["line"], 1);
+    EXPECT_EQ(problem["column"], 23);
+    EXPECT_EQ(problem["message"], "\"name\" must be a string, not a number");
 }
 
 TEST_F(Tool, TheDemoTakesTheDictionaryItIsGiven) {

@@ -1,11 +1,18 @@
 // The registry over files it did not write itself: content edited by hand (names
 // it never makes, keys made into cycles, numbers outside 32 bits), damaged pages,
-// files that cannot be written, and the reasons every failure gives; then the
+// files that cannot be written or grow (checked without root even when run as root), and the reasons every failure gives; then the
 // registration transaction that makes several chains one.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <grp.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <functional>
 
 #include <climits>
 #include <fstream>
@@ -75,6 +82,46 @@ Names Walk(COM_IRegistry* registry, int root) {
     }
     EXPECT_EQ(registry->OpenParent(), S_FALSE) << "the walk ends at the root";
     return seen;
+}
+
+// Runs `checks` in a child process for which file permissions hold: as root, the
+// child first becomes the unprivileged user and group 65534, to whom `folder` and
+// everything in it are handed. `checks` returns what it found wrong, one per line;
+// so does this, with the child's end if it did not exit normally.
+std::string InUnprivilegedChild(const std::filesystem::path& folder, const std::function<std::string()>& checks) {
+    constexpr uid_t kNobody = 65534;
+    const bool root = geteuid() == 0;
+    if (root) {
+        if (chown(folder.c_str(), kNobody, kNobody) != 0) return "cannot hand the folder over";
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+            if (chown(entry.path().c_str(), kNobody, kNobody) != 0) return "cannot hand " + entry.path().string() + " over";
+    }
+    int channel[2];
+    if (pipe(channel) != 0) return "no pipe";
+    const pid_t child = fork();
+    if (child == 0) {
+        close(channel[0]);
+        std::string found;
+        if (root && (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0 || geteuid() == 0))
+            found = "cannot give up root";
+        else
+            found = checks();
+        for (std::size_t at = 0; at < found.size();) {
+            const ssize_t wrote = write(channel[1], found.data() + at, found.size() - at);
+            if (wrote <= 0) break;
+            at += static_cast<std::size_t>(wrote);
+        }
+        _exit(0);
+    }
+    close(channel[1]);
+    std::string found;
+    char buffer[512];
+    for (ssize_t got; (got = read(channel[0], buffer, sizeof buffer)) > 0;) found.append(buffer, static_cast<std::size_t>(got));
+    close(channel[0]);
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        found += "the child did not exit normally\n";
+    return found;
 }
 
 class RegistryDamageTest : public StringBalanceTest {
@@ -205,18 +252,51 @@ TEST_F(RegistryDamageTest, EveryFailureCarriesItsStatusAndTheRealReason) {
         EXPECT_EQ(NewRegistry(waiter), REGDB_E_READREGDB);
         EXPECT_NE(LastError().find("not a registry"), std::string::npos) << LastError();
     }
-    if (geteuid() == 0) GTEST_SKIP() << "permissions do not hold for root";
-    chmod(m_file.c_str(), 0444);
-    Ref<COM_IRegistry> reader = OpenAt("CLSID");
-    ASSERT_TRUE(reader) << "a read-only registry still reads";
-    EXPECT_EQ(reader->CreateKey(W(u"new"), 1), REGDB_E_WRITEREGDB);
-    EXPECT_NE(LastError().find("read-only"), std::string::npos) << LastError();
-    reader.reset();
-    const std::string locked = m_folder / "locked";
-    ASSERT_EQ(mkdir(locked.c_str(), 0555), 0);
-    ScopedEnv inLocked("KESTO_REGISTRY", locked + "/registry.db");
-    EXPECT_EQ(NewRegistry(waiter), REGDB_E_WRITEREGDB) << "a registry that cannot be made cannot be written";
-    EXPECT_NE(LastError().find("Permission denied"), std::string::npos) << LastError();
+
+    const std::string found = InUnprivilegedChild(m_folder.path, [&] {
+        std::string wrong;
+        const auto expect = [&](bool holds, const std::string& what) {
+            if (!holds) wrong += what + ": " + LastError() + "\n";
+        };
+        chmod(m_file.c_str(), 0444);
+        Ref<COM_IRegistry> reader = OpenAt("CLSID");
+        expect(static_cast<bool>(reader), "a read-only registry still reads");
+        if (reader) {
+            expect(reader->CreateKey(W(u"new"), 1) == REGDB_E_WRITEREGDB, "a read-only registry refuses a key");
+            expect(LastError().find("read-only") != std::string::npos, "and says it is read-only");
+        }
+        reader.reset();
+        chmod(m_file.c_str(), 0644);
+
+        const std::string locked = m_folder / "locked";
+        mkdir(locked.c_str(), 0555);
+        {
+            ScopedEnv inLocked("KESTO_REGISTRY", locked + "/registry.db");
+            Ref<COM_IRegistry> nowhere;
+            expect(NewRegistry(nowhere) == REGDB_E_WRITEREGDB, "a registry that cannot be made cannot be written");
+            expect(LastError().find("Permission denied") != std::string::npos, "and the system says why");
+        }
+
+        // A file that may not grow (as on a full disk): the write fails, says why,
+        // and the registry holds what it held before, whole.
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit cap = {static_cast<rlim_t>(std::filesystem::file_size(m_file)),
+                            static_cast<rlim_t>(std::filesystem::file_size(m_file))};
+        setrlimit(RLIMIT_FSIZE, &cap);
+        Ref<COM_IRegistry> writer = OpenAt("CLSID");
+        expect(static_cast<bool>(writer), "a registry that cannot grow still opens");
+        if (writer) {
+            expect(writer->CreateKey(W(u"{Big}"), 1) == S_OK, "a key that fits is made");
+            const HRESULT hr = writer->SetStringValue(W(u"blob"), W(std::u16string(100000, u'x')));
+            expect(hr == REGDB_E_WRITEREGDB, "a value the file has no room for is refused");
+            expect(LastError().find("File too large") != std::string::npos, "with the system's reason");
+        }
+        writer.reset();
+        expect(ValueAt("CLSID\\{A}\\InprocServer32") == "liba.so", "what was there is still there");
+        expect(!ValueAt("CLSID\\{Big}", "blob"), "nothing of the refused value is");
+        return wrong;
+    });
+    EXPECT_EQ(found, "");
 }
 
 TEST_F(RegistryDamageTest, ATransactionMakesEveryChainOfTheThreadOneAndRecordsTheModulesPath) {

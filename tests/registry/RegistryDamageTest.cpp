@@ -1,6 +1,7 @@
 // The registry over files it did not write itself: content edited by hand (names
 // it never makes, keys made into cycles, numbers outside 32 bits), damaged pages,
-// files that cannot be written or grow (checked without root even when run as root), and the reasons every failure gives; then the
+// files that cannot be written or may not grow (checked without root's rights even
+// when the suite runs as root), and the reasons every failure gives; then the
 // registration transaction that makes several chains one.
 #include <gtest/gtest.h>
 #include <sqlite3.h>

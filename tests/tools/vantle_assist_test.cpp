@@ -493,8 +493,13 @@ TEST_F(Tool, TheZshAndFishScriptsAreReadByTheirShells) {
         {"vantle-assist members X --kind pa", "parameter\tmethod, property or parameter (numbers 4, 2, 5, 10 too)\n"},
         {"vantle-assist completion ", "bash\nfish\nzsh\n"},
         {"vantle-assist signature Shop.Order S", "Save\nStamp\nSubmit\n"},
-        {"vantle-assist --dictionary x.json type Shop.Order Lin", "Lines\n"},
+        // Names come from the dictionary the line names, in either spelling.
+        {"vantle-assist --dictionary small.json type Zoo.Cage ", "Open\nSize\n"},
+        {"vantle-assist classes --dictionary=small.json Zoo.", "Zoo.Cage\n"},
     };
+    WriteFile(m_folder / "small.json",
+              "{\"classes\": [{\"name\": \"Zoo.Cage\", \"methods\": [{\"name\": \"Open\"}],"
+              " \"properties\": [{\"name\": \"Size\"}]}]}");
     for (const auto& [typed, offered] : cases) {
         const std::string script = "cd '" + m_folder.path.string() + "' && PATH='" + folder +
                                    "':$PATH fish --no-config -c 'source vantle-assist.fish; complete -C \"" + typed +

@@ -256,6 +256,10 @@ void BM_GetClassMemberType_LastMethod(benchmark::State& state) {
 void BM_GetClassMemberType_LastProperty_FirstQuery(benchmark::State& state) {
     MemberType(state, FixtureFor(static_cast<unsigned>(state.range(0))).lastProperty, SYMBOL_PROPERTY, true);
 }
+// Walks the methods only: half the children of the last property's walk.
+void BM_GetClassMemberType_LastMethod_FirstQuery(benchmark::State& state) {
+    MemberType(state, FixtureFor(static_cast<unsigned>(state.range(0))).lastMethod, SYMBOL_MEMBERMETHOD, true);
+}
 
 void Origin(benchmark::State& state, const Units& member, SYMBOL_KIND kind) {
     Fixture& fixture = FixtureFor(static_cast<unsigned>(state.range(0)));
@@ -311,6 +315,7 @@ BENCHMARK(BM_GetClassMembersEx)->Apply(Sizes)->UseManualTime()->Unit(benchmark::
 BENCHMARK(BM_GetClassMemberType_LastProperty)->Apply(Sizes)->Repetitions(kRepetitions)->ReportAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_GetClassMemberType_LastMethod)->Apply(Sizes)->Repetitions(kRepetitions)->ReportAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_GetClassMemberType_LastProperty_FirstQuery)->Apply(Sizes)->Repetitions(kRepetitions)->ReportAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_GetClassMemberType_LastMethod_FirstQuery)->Apply(Sizes)->Repetitions(kRepetitions)->ReportAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_GetMemberOrigin_LastProperty)->Apply(Sizes)->Repetitions(kRepetitions)->ReportAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_GetMemberOrigin_LastMethod)->Apply(Sizes)->Repetitions(kRepetitions)->ReportAggregatesOnly(true)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_GetMethodSignature)->Apply(SignatureSizes)->Repetitions(kRepetitions)->ReportAggregatesOnly(true)->Unit(benchmark::kMicrosecond);

@@ -181,7 +181,20 @@ public:
     // was refused before reading (a NULL buffer), or before any load; E_POINTER for
     // a NULL out; E_OUTOFMEMORY with *out NULL.
     virtual HRESULT GetLoadErrors(BSTR* out) { return NotImplemented(out); }
-    virtual HRESULT Reserved12() { return E_NOTIMPL; }  // slot 12
+    // slot 12: this manager answers from now on from the dictionary `loaded` holds,
+    // shared and not copied, as if this manager had loaded it (GetDictionaryPath
+    // names its file, GetLoadErrors is empty); its own import list stays. Takes no
+    // time whatever the dictionary's size: a dictionary can be loaded by a second
+    // manager on another thread and then taken by the manager the editor uses,
+    // which answered from the old one meanwhile. Afterwards the two share the
+    // dictionary's caches: use them from one thread at a time (or release `loaded`).
+    // Nodes handed out before keep answering from the old dictionary. S_OK;
+    // E_POINTER for NULL; E_INVALIDARG when `loaded` is not this runtime's tree
+    // manager.
+    virtual HRESULT TakeDictionary(COM_ITNodeManager* loaded) {
+        (void)loaded;
+        return E_NOTIMPL;
+    }
     virtual HRESULT Reserved13() { return E_NOTIMPL; }  // slot 13
     virtual HRESULT Reserved14() { return E_NOTIMPL; }  // slot 14
     virtual HRESULT Reserved15() { return E_NOTIMPL; }  // slot 15

@@ -78,6 +78,15 @@ HRESULT TNodeManager::LoadDictionaryBuffer(const char* data, unsigned long size,
     }
 }
 
+HRESULT TNodeManager::TakeDictionary(COM_ITNodeManager* loaded) {
+    if (loaded == nullptr) return E_POINTER;
+    const auto* other = dynamic_cast<const TNodeManager*>(loaded);
+    if (other == nullptr) return E_INVALIDARG;
+    dictionary_ = other->dictionary_;
+    loadErrors_.clear();
+    return S_OK;
+}
+
 HRESULT TNodeManager::GetClassCount(unsigned int* count) {
     if (count == nullptr) return E_POINTER;
     *count = dictionary_->ClassCount();

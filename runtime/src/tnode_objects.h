@@ -37,6 +37,7 @@ public:
     HRESULT GetClassNode(CBSTR className, COM_ITNodeElement** out) override;
     HRESULT GetDictionaryPath(BSTR* out) override;
     HRESULT GetLoadErrors(BSTR* out) override;
+    HRESULT TakeDictionary(COM_ITNodeManager* loaded) override;
     HRESULT NormalizeName(CBSTR name, CBSTR relativeTo, BSTR* out) override;
 
     // COM_IClassCache

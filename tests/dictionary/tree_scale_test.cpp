@@ -13,6 +13,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "AssistService.h"
@@ -327,6 +328,65 @@ TEST_F(Reload, NodesOfTheOldTreeAnswerFromItUntilReleasedAndAFailedLoadKeepsTheL
     ASSERT_EQ(manager->GetClassNode(W("A.X"), fresh.out()), S_OK);
     EXPECT_EQ(firstMethod(old.get()), "Old");
     EXPECT_EQ(firstMethod(fresh.get()), "New");
+}
+
+// A tree manager that is not the runtime's.
+struct ForeignTree final : COM_ITNodeManager {
+    HRESULT QueryInterface(const COM_GUID&, void** out) override {
+        *out = nullptr;
+        return E_NOINTERFACE;
+    }
+    unsigned long AddRef() override { return 1; }
+    unsigned long Release() override { return 1; }
+    HRESULT GetClassNode(CBSTR, COM_ITNodeElement** out) override {
+        *out = nullptr;
+        return E_FAIL;
+    }
+    HRESULT NormalizeName(CBSTR, CBSTR, BSTR* out) override {
+        *out = nullptr;
+        return E_FAIL;
+    }
+};
+
+TEST_F(Reload, ADictionaryLoadedOnAnotherThreadIsTakenWholeAndTheImportsStay) {
+    kesto::Ref<COM_ITNodeManager> editor = NewTree();
+    ASSERT_EQ(Load(editor.get(), R"({"classes": [{"name": "A.X", "methods": [{"name": "Old"}]}]})").status, S_OK);
+    kesto::Ref<COM_IClassCache> cache;
+    ASSERT_EQ(editor->QueryInterface(COM_IID_IClassCache, cache.out_void()), S_OK);
+    ASSERT_EQ(cache->SetImportPackageList(W("Lib")), S_OK);
+    ASSERT_NE(Load(editor.get(), "{").status, S_OK);  // leaves load errors to be cleared
+
+    kesto::Ref<COM_ITNodeManager> loaded;
+    std::thread worker([&] {
+        loaded = NewTree();
+        Load(loaded.get(), R"({"classes": [{"name": "A.X", "methods": [{"name": "New"}]}, {"name": "Lib.Z"}]})",
+             "new.json");
+    });
+    kesto::Ref<COM_ITNodeElement> old;
+    EXPECT_EQ(editor->GetClassNode(W("A.X"), old.out()), S_OK) << "the editor's manager answers meanwhile";
+    worker.join();
+
+    ASSERT_EQ(editor->TakeDictionary(loaded.get()), S_OK);
+    loaded.reset();
+    kesto::String text;
+    EXPECT_EQ(editor->GetDictionaryPath(text.out()), S_OK);
+    EXPECT_EQ(Narrow(text), "new.json");
+    EXPECT_EQ(editor->GetLoadErrors(text.out()), S_FALSE);
+    EXPECT_EQ(editor->NormalizeName(W("Z"), W(""), text.out()), S_OK);
+    EXPECT_EQ(Narrow(text), "Lib.Z") << "the import list is the editor's own";
+    kesto::Ref<COM_ITNodeElement> fresh;
+    ASSERT_EQ(editor->GetClassNode(W("A.X"), fresh.out()), S_OK);
+    unsigned int count = 0;
+    ASSERT_EQ(fresh->GetChildCount(W("m"), 1, &count), S_OK);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(fresh->GetLocation(W("m"), W("New"), text.out(), &count, &count), S_OK);
+    EXPECT_EQ(old->GetLocation(W("m"), W("Old"), text.out(), &count, &count), S_OK) << "old nodes keep theirs";
+
+    ForeignTree foreign;
+    EXPECT_EQ(editor->TakeDictionary(&foreign), E_INVALIDARG);
+    EXPECT_EQ(editor->TakeDictionary(nullptr), E_POINTER);
+    EXPECT_EQ(editor->TakeDictionary(editor.get()), S_OK);
+    EXPECT_EQ(editor->GetClassNode(W("Lib.Z"), fresh.out()), S_OK) << "refusals change nothing";
 }
 
 }  // namespace

@@ -226,9 +226,7 @@ void FileCheck::Run() {
     // the loader keeps as it is.
     CheckFormalSpecs(content);
     if (FAILED(hr)) {
-        for (const std::string& text :
-             LoadProblems(tree_.get(), message.is_null() ? path_ + ": " + HresultText(hr)
-                                                       : kesto::PathFromUtf16(message.view())))
+        for (const std::string& text : LoadProblems(tree_.get(), message, path_, hr))
             problems_.push_back(ReadLoaderProblem(path_, text));
     } else {
         kesto::Ref<COM_IClassCache> cache;

@@ -63,7 +63,8 @@ std::string BundledDictionaryPath() {
     return error ? path : canonical.string();
 }
 
-std::vector<std::string> LoadProblems(COM_ITNodeManager* tree, const std::string& first) {
+std::vector<std::string> LoadProblems(COM_ITNodeManager* tree, const kesto::String& message, const std::string& path,
+                                      HRESULT hr) {
     kesto::String list;
     std::vector<std::string> problems;
     if (tree != nullptr && tree->GetLoadErrors(list.out()) == S_OK) {
@@ -77,7 +78,8 @@ std::vector<std::string> LoadProblems(COM_ITNodeManager* tree, const std::string
             start = end + 1;
         }
     }
-    if (problems.empty()) problems.push_back(first);
+    if (problems.empty())
+        problems.push_back(message.is_null() ? path + ": " + HresultText(hr) : kesto::PathFromUtf16(message.view()));
     return problems;
 }
 
@@ -136,9 +138,7 @@ int ServiceSession::LoadTree(std::vector<std::string>* problems) {
     kesto::String message;
     HRESULT hr = tree_->LoadDictionary(kesto::wide(path16), message.out());
     if (FAILED(hr)) {
-        std::vector<std::string> found =
-            LoadProblems(tree_.get(), message.is_null() ? settings_.dictionaryPath + ": " + HresultText(hr)
-                                                        : kesto::PathFromUtf16(message.view()));
+        std::vector<std::string> found = LoadProblems(tree_.get(), message, settings_.dictionaryPath, hr);
         problems->insert(problems->end(), found.begin(), found.end());
         return hr == E_OUTOFMEMORY ? kExitInternal : kExitDictionary;
     }

@@ -83,9 +83,12 @@ std::string DefaultModulePath();
 std::string DefaultDictionaryPath();
 // The bundled dictionary: <exe dir>/<bin to data>/vantle/dictionaries/shop.json, canonical.
 std::string BundledDictionaryPath();
-// Every problem of the tree's last load, one per entry (GetLoadErrors), or `first`
-// alone when the tree keeps no list.
-std::vector<std::string> LoadProblems(COM_ITNodeManager* tree, const std::string& first);
+// Every problem of the tree's last failed load of `path` (status `hr`), one per
+// entry (GetLoadErrors); when the tree keeps no list, the load's `message` alone,
+// or one made of the path and the status when there is no message either. The
+// messages name the file by its bytes.
+std::vector<std::string> LoadProblems(COM_ITNodeManager* tree, const kesto::String& message, const std::string& path,
+                                      HRESULT hr);
 
 }  // namespace vantle::tool
 

@@ -4,19 +4,18 @@
 // when the suite runs as root), and the reasons every failure gives; then the
 // registration transaction that makes several chains one.
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 #include <grp.h>
+#include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <climits>
 #include <csignal>
 #include <filesystem>
-#include <functional>
-
-#include <climits>
 #include <fstream>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -281,8 +280,8 @@ TEST_F(RegistryDamageTest, EveryFailureCarriesItsStatusAndTheRealReason) {
         // A file that may not grow (as on a full disk): the write fails, says why,
         // and the registry holds what it held before, whole.
         signal(SIGXFSZ, SIG_IGN);
-        const rlimit cap = {static_cast<rlim_t>(std::filesystem::file_size(m_file)),
-                            static_cast<rlim_t>(std::filesystem::file_size(m_file))};
+        const auto size = static_cast<rlim_t>(std::filesystem::file_size(m_file));
+        const rlimit cap = {size, size};
         setrlimit(RLIMIT_FSIZE, &cap);
         Ref<COM_IRegistry> writer = OpenAt("CLSID");
         expect(static_cast<bool>(writer), "a registry that cannot grow still opens");
